@@ -1,0 +1,199 @@
+#pragma once
+
+#include <cstdint>
+#include <ktmath/ktmath.hpp>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <Eigen/Core>
+
+static_assert(EIGEN_MAX_ALIGN_BYTES == 16,
+              "The plug-in exchanges Eigen matrices aligned to 16 bytes: compile this host with "
+              "-DEIGEN_MAX_ALIGN_BYTES=16 (the CMake target orvek23::host sets it).");
+
+namespace tavo {
+
+/// The 22 joint values inside the object, in joint-angle order: valid while the object lives,
+/// showing later changes.
+using JointRange = std::pair<const float*, const float*>;
+
+/// Kinematics and dynamics of one humanoid: 23 bodies, 22 revolute joints, 28 coordinates.
+///
+/// Frames, vector orders and units: docs/conventions.md. Short form: SI, radians, world z up; a
+/// pose [R | p] takes body coordinates to world (or root) coordinates; rates and wrenches of the
+/// root list the linear part first.
+///
+/// Body index i: 0 (the root, "Torso") to 22. Joint-angle index i: 0 to 21, the joint of body
+/// i + 1. Indices are not checked except where said; an index out of range is undefined behaviour.
+///
+/// Setters store, compute operations compute, getters return what the last of them left; the
+/// comment of a getter names the operation that fills it. References and ranges point into the
+/// object. Nothing allocates but the operations that return a new vector or string, and
+/// computePartialComJacobian when it must give its matrix new storage. Non-finite values propagate.
+///
+/// One object is used by one thread at a time. `create` and setBodyInertia write data that all
+/// objects of the process share: run them while no other operation runs on any object.
+///
+/// The order of declaration is the virtual table, hence the contract with the host: never reorder.
+class RigidBodySystem {
+ public:
+  virtual ~RigidBodySystem() = default;
+
+  // Names, counts, tables
+
+  /// The name of the system: empty.
+  virtual std::string getName() const = 0;
+  /// Number of joint angles, 22.
+  virtual unsigned long getNbDofs() const = 0;
+  /// Number of bodies, 23.
+  virtual unsigned long getNbBodies() const = 0;
+  /// Number of volatile frames, 1.
+  virtual unsigned long getNbVolatileFrames() const = 0;
+  /// Name of the root body, "Torso".
+  virtual const std::string& getRootName() const = 0;
+  /// Name of joint angle i.
+  virtual const std::string& getJointAngleName(unsigned long i) const = 0;
+  /// Joint-angle index of a name (exact match; the root has none). Throws std::out_of_range.
+  virtual unsigned long getJointAngleId(const std::string& name) const = 0;
+  /// Name of body i.
+  virtual const std::string& getBodyName(unsigned long i) const = 0;
+  /// Body index of a name (exact match). Throws std::out_of_range.
+  virtual unsigned long getBodyId(const std::string& name) const = 0;
+
+  // Masses, kg
+
+  /// Replaces the inertia of body i for every object of the process, from the next compute
+  /// operation on: mass (kg), centre of mass (m, body frame), rotational inertia about the centre
+  /// of mass (kg m2, body axes; only the lower triangle is read).
+  virtual void setBodyInertia(unsigned long i, float mass, const KT::Math::Position3D& com,
+                              const Eigen::Matrix<float, 3, 3>& inertia_at_com) = 0;
+  /// Mass of all bodies.
+  virtual float getMass() const = 0;
+  /// Mass of all bodies but i; of all bodies if i is 23 or more.
+  virtual float getPartialMass(unsigned long i) const = 0;
+  /// Mass of body i.
+  virtual float getMass(unsigned long i) const = 0;
+
+  // Root state
+
+  /// Stores the root's world pose as six coordinates, and what they rebuild as getRootPose().
+  virtual void setRootPose(const KT::Math::Transform& pose_world) = 0;
+  /// World pose of the root: filled by setRootPose, setPose(0) and computeFwdKinematicsOnlyRoot.
+  virtual const KT::Math::Transform& getRootPose() const = 0;
+  /// Velocity of the root in its own frame: linear of its origin (m/s), then angular (rad/s).
+  virtual void setRootVelocity(const KT::Math::Velocity6D& velocity_root) = 0;
+  /// Spatial acceleration of the root in its own frame: the time derivatives of the six components
+  /// of its velocity, linear (m/s2), then angular (rad/s2).
+  virtual void setRootAcceleration(const KT::Math::Velocity6D& acceleration_root) = 0;
+  /// What setRootVelocity stored.
+  virtual KT::Math::Velocity6D getRootVelocity() const = 0;
+  /// What setRootAcceleration stored.
+  virtual KT::Math::Velocity6D getRootAcceleration() const = 0;
+
+  // Joint state: rad, rad/s, rad/s2. The vector setters read the first 22 entries and throw
+  // std::invalid_argument, changing nothing, if there are fewer.
+
+  virtual void setJointAnglesPos(const std::vector<float>& q) = 0;
+  virtual void setJointAnglesVel(const std::vector<float>& dq) = 0;
+  virtual void setJointAnglesAcc(const std::vector<float>& ddq) = 0;
+  virtual void setJointAnglePos(unsigned long i, float q) = 0;
+  virtual void setJointAngleVel(unsigned long i, float dq) = 0;
+  virtual void setJointAngleAcc(unsigned long i, float ddq) = 0;
+  virtual float getJointAnglePos(unsigned long i) const = 0;
+  virtual float getJointAngleVel(unsigned long i) const = 0;
+  virtual float getJointAngleAcc(unsigned long i) const = 0;
+  virtual JointRange getJointAnglesPos() const = 0;
+  virtual JointRange getJointAnglesVel() const = 0;
+  virtual JointRange getJointAnglesAcc() const = 0;
+
+  // External wrenches: linear force x, y, z (N), then moment x, y, z (N m). A wrench stays in
+  // effect until it is replaced. Fewer than 6 entries: std::invalid_argument, nothing changes.
+
+  /// Wrench on body i, in body i's frame, about its origin.
+  virtual void setExternalWrench(unsigned long i, const std::vector<float>& wrench_body) = 0;
+  /// Wrench on body i, in a frame F about F's origin, with the pose of F in body i's frame.
+  virtual void setExternalWrench(unsigned long i, const std::vector<float>& wrench_f,
+                                 KT::Math::Transform pose_f_in_body) = 0;
+
+  // Kinematics, then queries on its results
+
+  /// From the joint positions: getPoseInRoot, getJacobianInRoot, getComPositionInRoot, and the
+  /// joint transforms that the mass and partial centre-of-mass operations read.
+  virtual void computeFwdKinematicsExceptRoot() = 0;
+  /// From the root's coordinates and the last computeFwdKinematicsExceptRoot: getRootPose,
+  /// getPose(0..22), getComPosition().
+  virtual void computeFwdKinematicsOnlyRoot() = 0;
+  /// Both of the above, in that order.
+  virtual void computeFwdKinematics() {
+    computeFwdKinematicsExceptRoot();
+    computeFwdKinematicsOnlyRoot();
+  }
+  /// Joint-space mass matrix at the joint transforms of the last kinematics or inverse dynamics:
+  /// fills getGeneralizedMass. Composite-rigid-body algorithm, Featherstone 2008, chapter 6.
+  virtual void computeGeneralizedMass() = 0;
+  /// Mass times the Jacobian of the centre of mass of all bodies but i, at the joint transforms of
+  /// the last kinematics or inverse dynamics: 3 x 28 (kg m), world axes; J qdot is the linear
+  /// momentum of those bodies. i = 23 or more leaves J as it is. A J of another size is resized;
+  /// throws std::bad_alloc, J unchanged, if that fails. A host compiled for AVX or wider must pass
+  /// a J that is 3 x 28 already (tavo::partialComJacobian in host/loader.hpp does), so that no
+  /// storage changes hands between two allocators.
+  virtual void computePartialComJacobian(unsigned long i,
+                                         Eigen::Matrix<float, 3, Eigen::Dynamic>& J) = 0;
+  /// Centre of mass of all bodies but i (1 to 22), root frame, at the last
+  /// computeFwdKinematicsExceptRoot. For i = 0 and i >= 23: getComPosition(), world frame.
+  virtual KT::Math::Position3D computePartialComPositionInRoot(unsigned long i) = 0;
+  /// Pose of body i in the root's frame: filled by computeFwdKinematicsExceptRoot.
+  virtual const KT::Math::Transform& getPoseInRoot(unsigned long i) const = 0;
+  /// World pose of body i: filled by computeFwdKinematicsOnlyRoot. i = 23 is volatile frame 0; the
+  /// largest unsigned long (the root's parent index, -1) gives the world frame, the identity.
+  virtual const KT::Math::Transform& getPose(unsigned long i) const = 0;
+  /// Overwrites the stored pose of body i (or 23), until the next computeFwdKinematicsOnlyRoot.
+  virtual void setPose(unsigned long i, const KT::Math::Transform& pose_world) = 0;
+  /// The frame slot (i = 0) that setVolatilePose fills and nothing computes.
+  virtual const KT::Math::Transform& getVolatilePose(unsigned long i) const = 0;
+  virtual void setVolatilePose(unsigned long i, const KT::Math::Transform& pose_world) = 0;
+  /// World position of the centre of mass of body i, from the pose that getPose(i) returns.
+  virtual KT::Math::Position3D getComPosition(unsigned long i) const = 0;
+  /// Whole-body centre of mass, root frame: filled by computeFwdKinematicsExceptRoot.
+  virtual const KT::Math::Position3D& getComPositionInRoot() const = 0;
+  /// Whole-body centre of mass, world frame: filled by computeFwdKinematicsOnlyRoot.
+  virtual const KT::Math::Position3D& getComPosition() const = 0;
+  /// 28 x 28 mass matrix in coordinate order: filled by computeGeneralizedMass, zero before.
+  virtual const Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic>& getGeneralizedMass()
+      const = 0;
+  /// 6 x 28, root frame. Column 6 + i is the spatial motion of a unit rate of joint angle i:
+  /// angular x, y, z, then linear x, y, z at the root's origin. Columns 0..5 are constant. Filled
+  /// by computeFwdKinematicsExceptRoot.
+  virtual const Eigen::Matrix<float, 6, Eigen::Dynamic>& getJacobianInRoot() const = 0;
+
+  // The model's tables, 23 entries each, in body order
+
+  /// Parent of each body, -1 for the root.
+  virtual std::vector<std::int64_t> getParentsVector() const = 0;
+  /// Number of coordinates of each body: 6, then 1.
+  virtual std::vector<std::int64_t> getDofNumbersVector() const = 0;
+  /// First coordinate of each body: 0, then 6 to 27.
+  virtual std::vector<std::int64_t> getDofIndexesVector() const = 0;
+
+  // Dynamics
+
+  /// Joint torques that produce the current accelerations at the current positions and
+  /// velocities, under gravity and the external wrenches; needs no earlier kinematics. Fills the
+  /// torques. Recursive Newton-Euler algorithm, Featherstone 2008, chapter 5.
+  virtual void computeInverseDynamics() = 0;
+  /// Torque of joint angle i (N m): filled by computeInverseDynamics.
+  virtual float getJointAngleTorque(unsigned long i) const = 0;
+  /// The 22 joint torques (N m): filled by computeInverseDynamics.
+  virtual JointRange getJointAnglesTorque() const = 0;
+};
+
+}  // namespace tavo
+
+extern "C" {
+/// A new system at the world origin, all coordinates, rates and wrenches zero. Throws
+/// std::bad_alloc. Release it with destroy.
+tavo::RigidBodySystem* create();
+/// Releases what create returned; null is allowed.
+void destroy(tavo::RigidBodySystem* system);
+}
