@@ -1,0 +1,44 @@
+#pragma once
+
+#include "spatial/force.hpp"
+#include "spatial/motion.hpp"
+#include "spatial/vector.hpp"
+
+namespace metapod::Spatial {
+
+/// Rigid-body inertia in the body's frame: mass m (kg), first moment h = m c (kg m) with c the
+/// centre of mass, and rotational inertia I (kg m²) about the frame's origin, not about c.
+/// Featherstone 2008, section 2.13.
+template <class S>
+class InertiaT {
+ public:
+  using Vector = Vector3T<S>;
+  using Symmetric = SymmetricMatrix3T<S>;
+
+  constexpr InertiaT() : m_{} {}
+  constexpr InertiaT(S m, const Vector& h, const Symmetric& I) : m_(m), h_(h), I_(I) {}
+
+  constexpr S m() const { return m_; }
+  constexpr const Vector& h() const { return h_; }
+  constexpr const Symmetric& I() const { return I_; }
+
+  friend constexpr InertiaT operator+(const InertiaT& a, const InertiaT& b) {
+    return {a.m_ + b.m_, a.h_ + b.h_, a.I_ + b.I_};
+  }
+
+  /// Momentum of a velocity, or inertial force of an acceleration.
+  friend constexpr ForceT<S> operator*(const InertiaT& i, const MotionT<S>& m) {
+    return {i.I_ * m.w() + i.h_.cross(m.v()), i.m_ * m.v() - i.h_.cross(m.w())};
+  }
+
+ private:
+  S m_;
+  Vector h_;
+  Symmetric I_;
+};
+
+using Inertia = InertiaT<float>;
+
+static_assert(sizeof(Inertia) == 10 * sizeof(float));
+
+}  // namespace metapod::Spatial

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "spatial/vector.hpp"
+
+namespace metapod::Spatial {
+
+/// Spatial motion (velocity or acceleration): angular part w (rad/s), then linear part v (m/s) of
+/// the frame's origin. Featherstone 2008, section 2.2.
+template <class S>
+class MotionT {
+ public:
+  using Vector = Vector3T<S>;
+
+  constexpr MotionT() = default;
+  constexpr MotionT(const Vector& w, const Vector& v) : w_(w), v_(v) {}
+
+  constexpr const Vector& w() const { return w_; }
+  constexpr const Vector& v() const { return v_; }
+
+  friend constexpr MotionT operator+(const MotionT& a, const MotionT& b) {
+    return {a.w_ + b.w_, a.v_ + b.v_};
+  }
+  friend constexpr MotionT operator*(S k, const MotionT& m) { return {k * m.w_, k * m.v_}; }
+
+  /// m x m2. Featherstone 2008, equation 2.31.
+  constexpr MotionT cross(const MotionT& m2) const {
+    return {w_.cross(m2.w_), w_.cross(m2.v_) + v_.cross(m2.w_)};
+  }
+
+ private:
+  Vector w_, v_;
+};
+
+using Motion = MotionT<float>;
+
+static_assert(sizeof(Motion) == 6 * sizeof(float));
+
+}  // namespace metapod::Spatial
