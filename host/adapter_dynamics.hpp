@@ -1,0 +1,56 @@
+#pragma once
+
+#include <vector>
+
+#include "algorithms/jcalc.hpp"
+#include "algorithms/rnea.hpp"
+#include "algorithms/traversal.hpp"
+#include "host/adapter_kinematics.hpp"
+#include "host/kt_math_conversions.hpp"
+#include "host/metapod_rigid_body_system.hpp"
+#include "spatial/force.hpp"
+
+/// External wrenches and joint torques.
+namespace tavo {
+
+namespace internal {
+
+/// The host lists the force first, a spatial force the moment.
+inline metapod::Spatial::Force as_force(const std::vector<float>& wrench) {
+  require_entries(wrench, 6, "wrench");
+  return {{wrench[3], wrench[4], wrench[5]}, {wrench[0], wrench[1], wrench[2]}};
+}
+
+}  // namespace internal
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setExternalWrench(unsigned long i,
+                                                      const std::vector<float>& wrench_body) {
+  fext_[i] = internal::as_force(wrench_body);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setExternalWrench(unsigned long i,
+                                                      const std::vector<float>& wrench_f,
+                                                      KT::Math::Transform pose_f_in_body) {
+  fext_[i] = fromKTMath(pose_f_in_body).apply(internal::as_force(wrench_f));
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::computeInverseDynamics() {
+  using metapod::internal::JcalcVisitor;
+  metapod::depth_first_traversal<JcalcVisitor, Model>::run(model_, q_, dq_);
+  metapod::rnea<Model, false>::run(model_, ddq_, fext_.data(), torques_);
+}
+
+template <class Model>
+float MetapodRigidBodySystem<Model>::getJointAngleTorque(unsigned long i) const {
+  return torques_[at(i)];
+}
+
+template <class Model>
+JointRange MetapodRigidBodySystem<Model>::getJointAnglesTorque() const {
+  return joints_of(torques_);
+}
+
+}  // namespace tavo

@@ -1,0 +1,211 @@
+#pragma once
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "algorithms/fwd_kin_iX1.hpp"
+#include "algorithms/jcalc.hpp"
+#include "algorithms/traversal.hpp"
+#include "host/kt_math_conversions.hpp"
+#include "host/metapod_rigid_body_system.hpp"
+#include "spatial/vector.hpp"
+
+/// Root and joint state, poses, forward kinematics.
+namespace tavo {
+
+namespace internal {
+
+inline void require_entries(const std::vector<float>& values, std::size_t needed,
+                            const char* what) {
+  if (values.size() < needed) {
+    throw std::invalid_argument(std::string(what) + " has " + std::to_string(values.size()) +
+                                " entries, " + std::to_string(needed) + " needed");
+  }
+}
+
+inline KT::Math::Position3D as_position(const Vector3& p) {
+  return {p.x(), p.y(), p.z()};
+}
+
+}  // namespace internal
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::set_root(Coordinates& x, const KT::Math::Velocity6D& rate) {
+  x.template head<6>() << rate.vx, rate.vy, rate.vz, rate.wx, rate.wy, rate.wz;
+}
+
+template <class Model>
+KT::Math::Velocity6D MetapodRigidBodySystem<Model>::root_of(const Coordinates& x) {
+  return {x[0], x[1], x[2], x[3], x[4], x[5]};
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::set_joints(Coordinates& x, const std::vector<float>& values) {
+  internal::require_entries(values, nb_joints, "joint vector");
+  std::copy_n(values.begin(), nb_joints, x.data() + nb_root_dofs);
+}
+
+template <class Model>
+JointRange MetapodRigidBodySystem<Model>::joints_of(const Coordinates& x) {
+  return {x.data() + nb_root_dofs, x.data() + nb_dofs};
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setRootPose(const KT::Math::Transform& pose_world) {
+  const KT::Math::Position6D p = KT::Math::position6DFromTransform(pose_world);
+  q_.template head<6>() << p.x, p.y, p.z, p.alpha, p.beta, p.gamma;
+  poses_[0] = KT::Math::transformFromPosition6D(
+      KT::Math::Position6D(q_[0], q_[1], q_[2], q_[3], q_[4], q_[5]));
+}
+
+template <class Model>
+const KT::Math::Transform& MetapodRigidBodySystem<Model>::getRootPose() const {
+  return poses_[0];
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setRootVelocity(const KT::Math::Velocity6D& velocity_root) {
+  set_root(dq_, velocity_root);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setRootAcceleration(
+    const KT::Math::Velocity6D& acceleration_root) {
+  set_root(ddq_, acceleration_root);
+}
+
+template <class Model>
+KT::Math::Velocity6D MetapodRigidBodySystem<Model>::getRootVelocity() const {
+  return root_of(dq_);
+}
+
+template <class Model>
+KT::Math::Velocity6D MetapodRigidBodySystem<Model>::getRootAcceleration() const {
+  return root_of(ddq_);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setJointAnglesPos(const std::vector<float>& q) {
+  set_joints(q_, q);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setJointAnglesVel(const std::vector<float>& dq) {
+  set_joints(dq_, dq);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setJointAnglesAcc(const std::vector<float>& ddq) {
+  set_joints(ddq_, ddq);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setJointAnglePos(unsigned long i, float q) {
+  q_[at(i)] = q;
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setJointAngleVel(unsigned long i, float dq) {
+  dq_[at(i)] = dq;
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setJointAngleAcc(unsigned long i, float ddq) {
+  ddq_[at(i)] = ddq;
+}
+
+template <class Model>
+float MetapodRigidBodySystem<Model>::getJointAnglePos(unsigned long i) const {
+  return q_[at(i)];
+}
+
+template <class Model>
+float MetapodRigidBodySystem<Model>::getJointAngleVel(unsigned long i) const {
+  return dq_[at(i)];
+}
+
+template <class Model>
+float MetapodRigidBodySystem<Model>::getJointAngleAcc(unsigned long i) const {
+  return ddq_[at(i)];
+}
+
+template <class Model>
+JointRange MetapodRigidBodySystem<Model>::getJointAnglesPos() const {
+  return joints_of(q_);
+}
+
+template <class Model>
+JointRange MetapodRigidBodySystem<Model>::getJointAnglesVel() const {
+  return joints_of(dq_);
+}
+
+template <class Model>
+JointRange MetapodRigidBodySystem<Model>::getJointAnglesAcc() const {
+  return joints_of(ddq_);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::computeFwdKinematicsExceptRoot() {
+  using metapod::internal::JcalcPosVisitor;
+  metapod::depth_first_traversal<JcalcPosVisitor, Model>::run(model_, q_);
+  metapod::Spatial::Vector3 mc_sum;
+  metapod::fwd_kin_iX1<Model>::run(model_, iX1_.data(), jacobianInRoot_, mc_sum);
+  for (std::size_t i = 1; i < nb_bodies; ++i) invToKTMath(iX1_[i], posesInRoot_[i]);
+  comPositionInRoot_ = internal::as_position((1 / mass_) * mc_sum);
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::computeFwdKinematicsOnlyRoot() {
+  metapod::internal::JcalcPosVisitor<Model, 0>::discover(model_, q_);
+  const ModelTransform& root = model_.template node<0>().sXp;  // world to root
+  invToKTMath(root, poses_[0]);
+  for (std::size_t i = 1; i < nb_bodies; ++i) invProdToKTMath(iX1_[i], root, poses_[i]);
+  comPosition_ = poses_[0] * comPositionInRoot_;
+}
+
+template <class Model>
+const KT::Math::Transform& MetapodRigidBodySystem<Model>::getPoseInRoot(unsigned long i) const {
+  return posesInRoot_[i];
+}
+
+template <class Model>
+const KT::Math::Transform& MetapodRigidBodySystem<Model>::getPose(unsigned long i) const {
+  return i == std::numeric_limits<unsigned long>::max() ? worldPose_ : poses_[i];
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setPose(unsigned long i, const KT::Math::Transform& pose) {
+  poses_[i] = pose;
+}
+
+template <class Model>
+const KT::Math::Transform& MetapodRigidBodySystem<Model>::getVolatilePose(unsigned long i) const {
+  return poses_[nb_bodies + i];
+}
+
+template <class Model>
+void MetapodRigidBodySystem<Model>::setVolatilePose(unsigned long i,
+                                                    const KT::Math::Transform& pose) {
+  poses_[nb_bodies + i] = pose;
+}
+
+template <class Model>
+const KT::Math::Position3D& MetapodRigidBodySystem<Model>::getComPositionInRoot() const {
+  return comPositionInRoot_;
+}
+
+template <class Model>
+const KT::Math::Position3D& MetapodRigidBodySystem<Model>::getComPosition() const {
+  return comPosition_;
+}
+
+template <class Model>
+const Eigen::Matrix<float, 6, Eigen::Dynamic>& MetapodRigidBodySystem<Model>::getJacobianInRoot()
+    const {
+  return jacobianInRoot_;
+}
+
+}  // namespace tavo
