@@ -1,0 +1,88 @@
+#include "apps/replay/driver.hpp"
+
+#include <utility>
+
+namespace replay {
+namespace {
+
+KT::Math::Transform pose(const Sample& sample) {
+  KT::Math::Transform t;
+  for (int row = 0; row < 3; ++row) {
+    for (int column = 0; column < 3; ++column) {
+      t.m[4 * row + column] = static_cast<float>(sample.R_world(row, column));
+    }
+    t.m[4 * row + 3] = static_cast<float>(sample.p_world(row));
+  }
+  return t;
+}
+
+KT::Math::Velocity6D root_rate(const Eigen::VectorXd& rates) {
+  const auto rate = [&rates](int i) { return static_cast<float>(rates(i)); };
+  return {rate(0), rate(1), rate(2), rate(3), rate(4), rate(5)};
+}
+
+std::vector<float> floats(const Eigen::Ref<const Eigen::VectorXd>& values) {
+  std::vector<float> result;
+  for (const double value : values) result.push_back(static_cast<float>(value));
+  return result;
+}
+
+}  // namespace
+
+RobotNames names_of(const tavo::RigidBodySystem& system) {
+  RobotNames names;
+  for (unsigned long i = 0; i < system.getNbDofs(); ++i) {
+    names.joints.push_back(system.getJointAngleName(i));
+  }
+  for (unsigned long i = 0; i < system.getNbBodies(); ++i) {
+    names.bodies.push_back(system.getBodyName(i));
+  }
+  return names;
+}
+
+Driver::Driver(tavo::RigidBodySystem& system, std::vector<unsigned long> wrench_bodies,
+               bool mass_matrix)
+    : system_(system),
+      wrench_bodies_(std::move(wrench_bodies)),
+      mass_matrix_(mass_matrix),
+      root_velocity_(0, 0, 0, 0, 0, 0),
+      root_acceleration_(0, 0, 0, 0, 0, 0),
+      wrenches_(wrench_bodies_.size()) {}
+
+void Driver::run(const State& state) {
+  narrow(state);
+  const auto start = std::chrono::steady_clock::now();
+  call_plugin();
+  time_in_plugin_ += std::chrono::steady_clock::now() - start;
+}
+
+void Driver::narrow(const State& state) {
+  const Sample& sample = state.sample;
+  const Eigen::Index joints = sample.q.size();
+  root_pose_ = pose(sample);
+  root_velocity_ = root_rate(state.velocity);
+  root_acceleration_ = root_rate(state.acceleration);
+  q_ = floats(sample.q);
+  dq_ = floats(state.velocity.tail(joints));
+  ddq_ = floats(state.acceleration.tail(joints));
+  for (std::size_t i = 0; i < wrenches_.size(); ++i) {
+    wrenches_[i] = floats(sample.wrenches.segment(static_cast<Eigen::Index>(6 * i), 6));
+  }
+}
+
+void Driver::call_plugin() {
+  system_.setRootPose(root_pose_);
+  system_.setRootVelocity(root_velocity_);
+  system_.setRootAcceleration(root_acceleration_);
+  system_.setJointAnglesPos(q_);
+  system_.setJointAnglesVel(dq_);
+  system_.setJointAnglesAcc(ddq_);
+  for (std::size_t i = 0; i < wrenches_.size(); ++i) {
+    system_.setExternalWrench(wrench_bodies_[i], wrenches_[i]);
+  }
+  system_.computeFwdKinematics();
+  system_.computeInverseDynamics();
+  if (mass_matrix_) system_.computeGeneralizedMass();
+}
+
+}  // namespace replay

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <host/rigid_body_system.hpp>
+#include <vector>
+
+#include "apps/replay/motion_file.hpp"
+#include "apps/replay/rates.hpp"
+
+namespace replay {
+
+/// The names that the plug-in uses.
+RobotNames names_of(const tavo::RigidBodySystem& system);
+
+/// Takes states through the plug-in, one after another, as a control loop would, and keeps time.
+class Driver {
+ public:
+  /// The state's wrenches act on `wrench_bodies`; the mass matrix is computed on request only.
+  Driver(tavo::RigidBodySystem& system, std::vector<unsigned long> wrench_bodies, bool mass_matrix);
+
+  /// Hands the state over and computes: then the system's getters show this state's results.
+  void run(const State& state);
+
+  /// Time spent in the plug-in, in all calls of run().
+  std::chrono::duration<double> time_in_plugin() const { return time_in_plugin_; }
+
+ private:
+  void narrow(const State& state);
+  void call_plugin();
+
+  tavo::RigidBodySystem& system_;
+  std::vector<unsigned long> wrench_bodies_;
+  bool mass_matrix_;
+  std::chrono::steady_clock::duration time_in_plugin_{};
+
+  // The state in the interface's types, made before the clock starts.
+  KT::Math::Transform root_pose_;
+  KT::Math::Velocity6D root_velocity_, root_acceleration_;
+  std::vector<float> q_, dq_, ddq_;
+  std::vector<std::vector<float>> wrenches_;
+};
+
+}  // namespace replay

@@ -1,0 +1,57 @@
+#include <exception>
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "apps/replay/program_paths.hpp"
+#include "apps/replay/replay.hpp"
+
+namespace {
+
+constexpr char description[] =
+    "Replays a motion through the orvek23 plug-in: kinematics and inverse dynamics of every "
+    "sample.\nPrints a summary; with -o writes centre of mass, poses and joint torques as CSV.";
+
+void report(const std::exception& fault) {
+  std::cerr << "orvek23-replay: " << fault.what() << "\n";
+}
+
+void declare(CLI::App& app, replay::Options& options) {
+  app.set_version_flag("--version", ORVEK23_VERSION);
+  app.add_option("MOTION", options.motion, "Motion to replay (default: the walk that comes along)")
+      ->type_name("FILE.csv");
+  app.add_option("-o,--output", options.results, "Where the results go (default: not written)")
+      ->type_name("FILE.csv");
+  app.add_option("--plugin", options.plugin, "Plug-in to load (default: the one that comes along)")
+      ->type_name("FILE.so");
+  app.add_flag("--mass-matrix", options.mass_matrix,
+               "Compute the mass matrix too; results gain its diagonal and condition number");
+}
+
+int run(int argc, char** argv) {
+  replay::Options options;
+  options.motion = replay::default_motion();
+  options.plugin = replay::default_plugin();
+  CLI::App app(description, "orvek23-replay");
+  declare(app, options);
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& fault) {
+    if (fault.get_exit_code() == 0) return app.exit(fault);  // --help, --version
+    report(fault);
+    return 1;
+  }
+  replay::run(options, std::cout);
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& fault) {
+    report(fault);
+    return 1;
+  }
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <filesystem>
+
+namespace replay {
+
+/// Where the program finds its companions, relative to itself: built and installed alike, it lies
+/// in bin/ beside lib/ and share/.
+std::filesystem::path default_plugin();
+std::filesystem::path default_motion();
+
+}  // namespace replay

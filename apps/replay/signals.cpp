@@ -1,0 +1,86 @@
+#include "apps/replay/signals.hpp"
+
+#include <optional>
+
+#include <Eigen/Eigenvalues>
+#include <Eigen/Geometry>
+
+#include "apps/replay/driver.hpp"
+
+namespace replay {
+namespace {
+
+// q and -q are the same orientation: takes the one nearer to the last.
+Eigen::Quaterniond orientation(const KT::Math::Transform& pose,
+                               const std::optional<Eigen::Quaterniond>& last) {
+  Eigen::Matrix3d R;
+  R << pose.m[0], pose.m[1], pose.m[2], pose.m[4], pose.m[5], pose.m[6], pose.m[8], pose.m[9],
+      pose.m[10];
+  Eigen::Quaterniond q = Eigen::Quaterniond(R).normalized();
+  Eigen::Index largest = 0;
+  q.coeffs().cwiseAbs().maxCoeff(&largest);
+  if ((last ? q.dot(*last) : q.coeffs()(largest)) < 0) q.coeffs() *= -1;
+  return q;
+}
+
+// Ratio of the extreme eigenvalues: the matrix is symmetric and positive definite.
+double condition_number(const Eigen::MatrixXd& symmetric) {
+  const Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd> solver(symmetric, Eigen::EigenvaluesOnly);
+  return solver.eigenvalues().maxCoeff() / solver.eigenvalues().minCoeff();
+}
+
+}  // namespace
+
+Signal com_signal() {
+  return {{"com.x", "com.y", "com.z"},
+          [](const tavo::RigidBodySystem& system, std::vector<float>& row) {
+            const KT::Math::Position3D& com = system.getComPosition();
+            row.insert(row.end(), {com.x, com.y, com.z});
+          }};
+}
+
+Signal pose_signal(const tavo::RigidBodySystem& system, const std::string& body) {
+  Signal signal;
+  for (const char* part : {".x", ".y", ".z", ".qw", ".qx", ".qy", ".qz"}) {
+    signal.columns.push_back(body + part);
+  }
+  signal.read = [id = system.getBodyId(body), last = std::optional<Eigen::Quaterniond>()](
+                    const tavo::RigidBodySystem& computed, std::vector<float>& row) mutable {
+    const KT::Math::Transform& pose = computed.getPose(id);
+    const Eigen::Quaterniond q = orientation(pose, last);
+    row.insert(row.end(), {pose.m[3], pose.m[7], pose.m[11]});
+    for (const double component : {q.w(), q.x(), q.y(), q.z()}) {
+      row.push_back(static_cast<float>(component));
+    }
+    last = q;
+  };
+  return signal;
+}
+
+Signal torque_signal(const tavo::RigidBodySystem& system) {
+  Signal signal;
+  for (const std::string& joint : names_of(system).joints) {
+    signal.columns.push_back("torque." + joint);
+  }
+  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
+    const tavo::JointRange torques = computed.getJointAnglesTorque();
+    row.insert(row.end(), torques.first, torques.second);
+  };
+  return signal;
+}
+
+Signal mass_matrix_signal(const tavo::RigidBodySystem& system) {
+  Signal signal{{"H.vx", "H.vy", "H.vz", "H.wx", "H.wy", "H.wz"}, {}};
+  for (const std::string& joint : names_of(system).joints) signal.columns.push_back("H." + joint);
+  signal.columns.push_back("H.joint_condition");
+  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
+    const auto& H = computed.getGeneralizedMass();
+    for (Eigen::Index i = 0; i < H.rows(); ++i) row.push_back(H(i, i));
+    const Eigen::Index joints = H.rows() - 6;
+    const Eigen::MatrixXd joint_block = H.bottomRightCorner(joints, joints).cast<double>();
+    row.push_back(static_cast<float>(condition_number(joint_block)));
+  };
+  return signal;
+}
+
+}  // namespace replay

@@ -1,0 +1,321 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <ktmath/ktmath.hpp>
+#include <map>
+#include <random>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <vector>
+
+#include <Eigen/Geometry>
+#include <gtest/gtest.h>
+
+#include "apps/replay/motion_file.hpp"
+#include "apps/replay/rates.hpp"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Eigen::Vector3d, Eigen::VectorXd;
+using Table = std::vector<std::vector<std::string>>;
+
+std::string contents(const fs::path& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+Table table(const std::string& text) {
+  Table rows;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream cells(line);
+    rows.emplace_back();
+    for (std::string cell; std::getline(cells, cell, ',');) rows.back().push_back(cell);
+  }
+  return rows;
+}
+
+std::string text(const Table& rows) {
+  std::string result;
+  for (const auto& row : rows) {
+    for (const auto& cell : row) result += (&cell == &row.front() ? "" : ",") + cell;
+    result += "\n";
+  }
+  return result;
+}
+
+std::size_t column(const Table& rows, const std::string& name) {
+  const auto found = std::find(rows[0].begin(), rows[0].end(), name);
+  EXPECT_NE(found, rows[0].end()) << name;
+  return static_cast<std::size_t>(found - rows[0].begin());
+}
+
+double largest(const Table& rows, const std::string& name) {
+  double result = 0;
+  for (std::size_t i = 1, c = column(rows, name); i < rows.size(); ++i) {
+    result = std::max(result, std::abs(std::stod(rows[i][c])));
+  }
+  return result;
+}
+
+const Table& walk() {
+  static const Table rows = table(contents(WALK_CSV));
+  return rows;
+}
+
+Table first_rows(std::size_t samples) {
+  return {walk().begin(), walk().begin() + 1 + static_cast<std::ptrdiff_t>(samples)};
+}
+
+// Runs the program in a folder of its own.
+class Replay : public ::testing::Test {
+ protected:
+  Replay() {
+    std::string pattern = ::testing::TempDir() + "replay_XXXXXX";
+    folder_ = mkdtemp(pattern.data());
+  }
+  ~Replay() override { fs::remove_all(folder_); }
+
+  void write(const std::string& name, const std::string& bytes) const {
+    std::ofstream(folder_ / name, std::ios::binary) << bytes;
+  }
+  std::string read(const std::string& name) const { return contents(folder_ / name); }
+
+  int run(const std::string& arguments, const std::string& plugin = PLUGIN_PATH) const {
+    const std::string command = "cd '" + folder_.string() + "' && '" REPLAY_PROGRAM "' --plugin '" +
+                                plugin + "' " + arguments + " >out 2>err";
+    const int status = std::system(command.c_str());
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  Table results(const std::string& motion, const std::string& options = "") const {
+    write("motion.csv", motion);
+    EXPECT_EQ(run("motion.csv -o results.csv " + options), 0) << read("err");
+    return table(read("results.csv"));
+  }
+  std::vector<std::string> files() const {
+    std::vector<std::string> names;
+    for (const auto& entry : fs::directory_iterator(folder_))
+      names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+  }
+
+  fs::path folder_;
+};
+
+// A screw motion of the root and one joint with constant acceleration, at uneven times.
+TEST(Rates, AreCentralDifferencesOverUnevenSteps) {
+  const std::vector<double> t = {0, 0.002, 0.003, 0.007, 0.008, 0.012, 0.013};
+  const Vector3d u_world(0.3, -0.2, 0.1), w(0.5, -1, 2);
+  const Eigen::Matrix3d R0(Eigen::AngleAxisd(2.9, Vector3d(1, 2, 3).normalized()));
+  std::vector<replay::Sample> samples;
+  for (const double time : t) {
+    const Eigen::Matrix3d R = R0 * Eigen::AngleAxisd(w.norm() * time, w.normalized());
+    samples.push_back({time, u_world * time, R, VectorXd::Constant(1, 2 * time * time), {}});
+  }
+  std::size_t next = 0;
+  replay::StateStream stream([&]() -> std::optional<replay::Sample> {
+    return next < samples.size() ? std::optional(samples[next++]) : std::nullopt;
+  });
+  std::vector<replay::State> states;
+  while (auto state = stream.next()) states.push_back(*state);
+  ASSERT_EQ(states.size(), t.size());
+
+  const std::size_t last = t.size() - 1;
+  for (const std::size_t end : {std::size_t{0}, last}) {
+    EXPECT_TRUE(states[end].velocity.isZero(0) && states[end].acceleration.isZero(0));
+  }
+  for (std::size_t i = 1; i < last; ++i) {
+    SCOPED_TRACE(i);
+    const VectorXd& v = states[i].velocity;
+    const VectorXd& a = states[i].acceleration;
+    const Vector3d v_root = samples[i].R_world.transpose() * u_world;
+    EXPECT_LT((v.head<3>() - v_root).norm(), 1e-12);
+    EXPECT_LT((v.segment<3>(3) - w).norm(), 1e-12);
+    EXPECT_NEAR(v(6), 2 * (t[i + 1] + t[i - 1]), 1e-12);
+    const VectorXd change = states[i + 1].velocity - states[i - 1].velocity;
+    EXPECT_LT((a - change / (t[i + 1] - t[i - 1])).norm(), 1e-12);
+    if (i == 1 || i + 1 == last) continue;  // there the neighbour is at rest by definition
+    EXPECT_LT((a.head<3>() + w.cross(v_root)).norm(), 0.01);  // of the components, seen from inside
+    EXPECT_LT(a.segment<3>(3).norm(), 1e-9);
+  }
+}
+
+// A pose must be read as the host platform defines its angles, and a wrench go to its own body.
+TEST_F(Replay, ColumnsReachTheirPlace) {
+  write("motion.csv",
+        "B.nz,yaw,j,x,B.fx,pitch,B.fy,y,B.fz,roll,B.nx,z,B.ny,time\n"
+        "6,0.3,7,10,1,0.2,2,20,3,0.1,4,30,5,-1\n");
+  replay::MotionFile motion((folder_ / "motion.csv").string(), {{"j"}, {"A", "B", "C"}});
+  EXPECT_EQ(motion.wrench_bodies(), std::vector<unsigned long>{1});
+  const auto sample = motion.next();
+  ASSERT_TRUE(sample);
+  EXPECT_EQ(sample->time, -1);
+  EXPECT_EQ(sample->p_world, Vector3d(10, 20, 30));
+  EXPECT_EQ(sample->q, VectorXd::Constant(1, 7));
+  EXPECT_EQ(sample->wrenches, VectorXd::LinSpaced(6, 1, 6));
+  const auto pose = KT::Math::transformFromPosition6D({0, 0, 0, 0.1f, 0.2f, 0.3f});
+  for (int i = 0; i < 9; ++i) {
+    EXPECT_NEAR(sample->R_world(i / 3, i % 3), pose.m[4 * (i / 3) + i % 3], 1e-6) << i;
+  }
+  EXPECT_FALSE(motion.next());
+}
+
+TEST_F(Replay, WalkIsBalancedByItsWrenches) {
+  const Table with = results(text(walk()), "--mass-matrix");
+  ASSERT_EQ(with.size(), walk().size());
+  const auto either = [&with](const std::string& joint) {
+    return std::max(largest(with, "torque.L" + joint), largest(with, "torque.R" + joint));
+  };
+  EXPECT_NEAR(either("HipRoll"), 2.64, 0.005);
+  EXPECT_NEAR(either("KneePitch"), 1.58, 0.005);
+  EXPECT_NEAR(either("AnklePitch"), 1.46, 0.005);
+  EXPECT_LT(largest(with, "torque.HeadPitch"), 0.03);
+  EXPECT_NEAR(std::stod(with[1][column(with, "LAnkleRoll.z")]), 0.045, 1e-6);
+  EXPECT_NEAR(largest(with, "H.vx"), 47.95 / 9.81, 1e-3);
+  EXPECT_GT(largest(with, "H.joint_condition"), 1e3);
+  const std::string summary =
+      "samples         801 over 8.00 s\n"
+      "root            0.420 m from start to end, 0.821 m along its path (horizontal)\n"
+      "centre of mass  x 0.012 to 0.434, y -0.036 to 0.037, z 0.257 to 0.267 m\n"
+      "foot clearance  0.024 m at most, RAnkleRoll at 4.06 s\n"
+      "largest torque  2.64 N m, LHipRoll at 1.42 s\n"
+      "                then RHipRoll 2.58, RKneePitch 1.58, LKneePitch 1.56, LAnklePitch 1.46, "
+      "RAnklePitch 1.43\n";
+  EXPECT_NE(read("out").find(summary), std::string::npos) << read("out");
+
+  Table bare = walk();
+  for (auto& row : bare) row.resize(29);
+  EXPECT_LT(largest(results(text(bare)), "torque.LHipRoll"), 0.5);
+}
+
+// A full turn leads every quaternion from q to -q: on the way no component may jump.
+TEST_F(Replay, QuaternionsAreContinuous) {
+  Table turn = first_rows(40);
+  for (std::size_t i = 1; i < turn.size(); ++i) {
+    turn[i][column(turn, "yaw")] = std::to_string(0.2 * static_cast<double>(i));
+  }
+  const Table got = results(text(turn));
+  for (const std::string body : {"LAnkleRoll", "LElbowRoll", "HeadPitch"}) {
+    for (std::size_t c = column(got, body + ".qw"), i = 2; i < got.size(); ++i) {
+      for (std::size_t k = c; k < c + 4; ++k) {
+        EXPECT_NEAR(std::stod(got[i][k]), std::stod(got[i - 1][k]), 0.11) << body << " row " << i;
+      }
+    }
+  }
+}
+
+TEST_F(Replay, ResultsDoNotDependOnHowTheFileIsWritten) {
+  const Table rows = first_rows(40);
+  results(text(rows));
+  const std::string want = read("results.csv");
+  std::vector<std::size_t> order(rows[0].size());
+  for (std::size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::shuffle(order.begin(), order.end(), std::mt19937(1));  // NOLINT: the same order every time
+  std::string shuffled = "\xEF\xBB\xBF";
+  for (const auto& row : rows) {
+    for (const std::size_t c : order) {
+      shuffled += (c == order[0] ? "" : c % 2 ? " , " : ",") + row[c];
+    }
+    shuffled += "\r\n" + std::string(&row == &rows[7] ? "\r\n" : "");
+  }
+  results(shuffled);
+  EXPECT_EQ(read("results.csv"), want);
+  results(text(rows).substr(0, text(rows).size() - 1));  // no end of line at the end
+  EXPECT_EQ(read("results.csv"), want);
+}
+
+// The first and the last sample are at rest, whatever lies between: each is like a motion of its
+// own.
+TEST_F(Replay, ShortMotionsStartAndEndAtRest) {
+  const auto picked = [](const std::vector<std::size_t>& samples) {
+    Table rows = first_rows(0);
+    for (const std::size_t sample : samples) rows.push_back(walk()[1 + sample]);
+    return text(rows);
+  };
+  const auto first = results(picked({0})), second = results(picked({150})),
+             third = results(picked({210}));
+  ASSERT_EQ(first.size(), 2U);
+  EXPECT_EQ(results(picked({0, 150})), (Table{first[0], first[1], second[1]}));
+  const Table three = results(picked({0, 150, 210}));
+  ASSERT_EQ(three.size(), 4U);
+  EXPECT_EQ(three[1], first[1]);
+  EXPECT_NE(three[2], second[1]);
+  EXPECT_EQ(three[3], third[1]);
+}
+
+// Each row changes one thing of a good file; the message must lead to it.
+TEST_F(Replay, BadInputIsNamedAndLeavesNoResults) {
+  const std::string good = text(first_rows(4));
+  const auto changed = [&good](std::size_t line, std::size_t at, const std::string& to) {
+    Table rows = table(good);
+    rows[line - 1][at - 1] = to;
+    return text(rows);
+  };
+  const auto resized = [&good](std::size_t line, std::size_t fields) {
+    Table rows = table(good);
+    rows[line - 1].resize(fields, "0");
+    return text(rows);
+  };
+  const std::map<std::string, std::string> cases = {
+      {changed(1, 17, "LKneePich"),
+       "line 1, column 17: unknown column \"LKneePich\", did you mean \"LKneePitch\"?"},
+      {changed(1, 1, "Zeitpunkt"), "line 1, column 1: unknown column \"Zeitpunkt\""},
+      {changed(1, 9, "HeadYaw"), "line 1, column 9: \"HeadYaw\" is column 8 already"},
+      {resized(1, 28), "line 1: column \"RElbowRoll\" is missing"},
+      {resized(1, 40),
+       "line 1: column \"RAnkleRoll.nz\" is missing: a wrench has all six columns or none"},
+      {resized(3, 40), "line 3, column 41 (RAnkleRoll.nz): the row ends after 40 fields of 41"},
+      {resized(3, 42), "line 3, column 42: the header names only 41 fields"},
+      {changed(5, 3, "0.1m"), "line 5, column 3 (y): \"0.1m\" is not a number"},
+      {changed(5, 3, "+-1"), "line 5, column 3 (y): \"+-1\" is not a number"},
+      {changed(2, 8, ""), "line 2, column 8 (HeadYaw): the field is empty"},
+      {changed(4, 8, "nan"),
+       "line 4, column 8 (HeadYaw): \"nan\" is not a finite number in single precision"},
+      {changed(4, 8, "1e39"),
+       "line 4, column 8 (HeadYaw): \"1e39\" is not a finite number in single precision"},
+      {changed(4, 1, "0.01"), "line 4, column 1 (time): time must increase, 0.01 follows 0.01"},
+      {text(first_rows(0)), "line 1: no sample follows the header"},
+      {"", "line 1: the file is empty"}};
+  for (const auto& [motion, fault] : cases) {
+    write("motion.csv", motion);
+    EXPECT_EQ(run("motion.csv -o results.csv"), 1) << fault;
+    EXPECT_EQ(read("err"), "orvek23-replay: motion.csv, " + fault + "\n");
+    EXPECT_EQ(files(), (std::vector<std::string>{"err", "motion.csv", "out"}));
+  }
+}
+
+TEST_F(Replay, NothingIsLostWhenARunFails) {
+  const std::string good = text(first_rows(4));
+  write("motion.csv", good);
+  write("results.csv", "older results");
+  write("bad.csv", good + "x");
+  fs::create_directory(folder_ / "results");
+  const std::map<std::string, std::string> cases = {
+      {"bad.csv -o results.csv", "bad.csv, line 6, column 1 (time): \"x\" is not a number"},
+      {"absent.csv", "absent.csv: cannot be read: No such file or directory"},
+      {"results", "results: cannot be read: Is a directory"},
+      {"motion.csv -o motion.csv", "motion.csv: the results would replace the motion"},
+      {"motion.csv -o /dev/full", "/dev/full: cannot be written: No space left on device"},
+      {"motion.csv -o results", "results: cannot be written: Is a directory"},
+      {"motion.csv -o absent/r.csv", "absent/r.csv: cannot be written: No such file or directory"},
+      {"motion.csv --colour", "The following argument was not expected: --colour"}};
+  for (const auto& [arguments, fault] : cases) {
+    EXPECT_EQ(run(arguments), 1) << arguments;
+    EXPECT_EQ(read("err"), "orvek23-replay: " + fault + "\n");
+  }
+  EXPECT_EQ(read("motion.csv"), good);
+  EXPECT_EQ(read("results.csv"), "older results");
+  EXPECT_EQ(files().size(), 6U);
+
+  EXPECT_EQ(run("motion.csv", "motion.csv"), 1);
+  EXPECT_EQ(read("err").find("orvek23-replay: cannot open plug-in"), 0U) << read("err");
+  EXPECT_NE(read("err").find("invalid ELF header"), std::string::npos) << read("err");
+}
+
+}  // namespace
