@@ -1,0 +1,30 @@
+# One source per header, which includes only that header (twice: it must guard itself). What a host
+# includes compiles as C++17, the rest as C++20.
+function(orvek23_check_headers_as standard)
+  cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "LINK;HEADERS")
+  set(sources "")
+  foreach(header IN LISTS arg_HEADERS)
+    set(source "${PROJECT_BINARY_DIR}/header_check/${header}.cpp")
+    file(CONFIGURE OUTPUT "${source}" CONTENT "#include <${header}>\n#include <${header}>\n")
+    list(APPEND sources "${source}")
+  endforeach()
+  if(sources)
+    add_library(orvek23_header_check_${standard} OBJECT ${sources})
+    target_link_libraries(orvek23_header_check_${standard} PRIVATE ${arg_LINK})
+    set_target_properties(orvek23_header_check_${standard} PROPERTIES CXX_STANDARD ${standard})
+    add_dependencies(orvek23_header_check orvek23_header_check_${standard})
+  endif()
+endfunction()
+
+# Headers are found by pattern, so that a new one cannot be left out.
+function(orvek23_check_headers)
+  add_custom_target(orvek23_header_check ALL)
+  set(public ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp)
+  file(GLOB inner CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
+       "${PROJECT_SOURCE_DIR}/spatial/*.hpp" "${PROJECT_SOURCE_DIR}/model/*.hpp"
+       "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/host/*.hpp"
+       "${PROJECT_SOURCE_DIR}/apps/*/*.hpp")
+  list(REMOVE_ITEM inner ${public})
+  orvek23_check_headers_as(17 LINK orvek23::host HEADERS ${public})
+  orvek23_check_headers_as(20 LINK orvek23::core orvek23::host HEADERS ${inner})
+endfunction()

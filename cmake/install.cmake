@@ -1,0 +1,33 @@
+include(CMakePackageConfigHelpers)
+
+# Fixed folders: a program finds the plug-in and its data relative to itself.
+set(package_dir lib/cmake/orvek23)
+
+install(TARGETS ktmath orvek23_host EXPORT orvek23Targets
+        LIBRARY DESTINATION lib
+        FILE_SET HEADERS DESTINATION include/orvek23)
+install(TARGETS orvek23 LIBRARY DESTINATION lib)
+install(EXPORT orvek23Targets NAMESPACE orvek23:: DESTINATION ${package_dir})
+
+set(plugin_path "lib/${CMAKE_SHARED_MODULE_PREFIX}orvek23${CMAKE_SHARED_MODULE_SUFFIX}")
+configure_package_config_file(cmake/orvek23Config.cmake.in orvek23Config.cmake
+                              INSTALL_DESTINATION ${package_dir}
+                              PATH_VARS plugin_path)
+write_basic_package_version_file(orvek23ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES "${PROJECT_BINARY_DIR}/orvek23Config.cmake"
+              "${PROJECT_BINARY_DIR}/orvek23ConfigVersion.cmake"
+        DESTINATION ${package_dir})
+
+configure_file(cmake/orvek23.pc.in orvek23.pc @ONLY)
+install(FILES "${PROJECT_BINARY_DIR}/orvek23.pc" DESTINATION lib/pkgconfig)
+
+# cpack: a Debian package of all the above. The plug-in's own folder holds libktmath.so.
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_CONTACT "orvek23 <orvek23@localhost>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${PROJECT_BINARY_DIR}/lib")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "libeigen3-dev")
+include(CPack)
