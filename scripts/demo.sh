@@ -1,0 +1,12 @@
+#!/usr/bin/env bash
+# Sets up this machine, builds the plug-in and replays the walk that the project ships.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+source scripts/packages.sh
+
+need_packages "${build_packages[@]}"
+cmake --preset release
+cmake --build --preset release
+
+build/release/bin/orvek23-replay -o walk-results.csv
+echo "Results of every sample: $PWD/walk-results.csv"

@@ -1,0 +1,36 @@
+# Sourced by the other scripts: what each of them needs of Debian, and how it gets there.
+
+build_packages=(g++ cmake ninja-build libeigen3-dev libboost-dev libcli11-dev)
+test_packages=("${build_packages[@]}" g++-12 clang-14 libgtest-dev liborocos-kdl-dev)
+
+# Makes sure that the packages named are installed: quietly if they are, with apt if root's rights
+# are to be had without a question, else with an error that names the missing ones.
+need_packages() {
+  if ! command -v dpkg-query > /dev/null; then
+    echo "Not a Debian system: taking for granted what these packages hold: $*" >&2
+    return
+  fi
+  local missing=() package
+  for package in "$@"; do
+    [[ $(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2> /dev/null) == installed ]] ||
+      missing+=("$package")
+  done
+  ((${#missing[@]})) || return 0
+
+  local as_root=()
+  if ((EUID != 0)); then
+    if ! sudo -n true 2> /dev/null; then
+      echo "Missing packages: ${missing[*]}" >&2
+      echo "Install them as root: apt-get update && apt-get install ${missing[*]}" >&2
+      exit 1
+    fi
+    as_root=(sudo -n)
+  fi
+  echo "Installing: ${missing[*]}"
+  if ! { "${as_root[@]}" apt-get -q update &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive \
+      apt-get -q install --yes --no-install-recommends "${missing[@]}"; }; then
+    echo "Could not install all of: ${missing[*]}" >&2
+    exit 1
+  fi
+}
