@@ -1,0 +1,175 @@
+// What the plug-in asks of the heap. Eigen allocates by malloc, so malloc itself is watched: this
+// program's definitions take the place of the C library's for every library it loads.
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <new>
+#include <string>
+
+#include "tests/plugin_fixture.hpp"
+#include "tests/robot.hpp"
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define MALLOC_IS_TAKEN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
+#define MALLOC_IS_TAKEN 1
+#endif
+#endif
+
+namespace {
+
+struct Heap {
+  bool watched = false;
+  long asked = 0;   // allocations asked for while watched
+  long live = 0;    // blocks made and not freed while watched
+  long first = -1;  // the first of them that fails, ...
+  long last = -1;   // ... and the last
+};
+Heap heap;
+
+}  // namespace
+
+#ifndef MALLOC_IS_TAKEN
+namespace {
+
+bool refused() {
+  if (!heap.watched) return false;
+  const long k = heap.asked++;
+  return k >= heap.first && k <= heap.last;
+}
+void* counted(void* block) {
+  heap.live += heap.watched && block != nullptr;
+  return block;
+}
+
+}  // namespace
+
+extern "C" {
+void* __libc_malloc(std::size_t);
+void* __libc_calloc(std::size_t, std::size_t);
+void* __libc_realloc(void*, std::size_t);
+void __libc_free(void*);
+
+void* malloc(std::size_t size) {
+  return refused() ? nullptr : counted(__libc_malloc(size));
+}
+void* calloc(std::size_t count, std::size_t size) {
+  return refused() ? nullptr : counted(__libc_calloc(count, size));
+}
+void* realloc(void* block, std::size_t size) {
+  if (refused()) return nullptr;
+  return block == nullptr ? counted(__libc_realloc(block, size)) : __libc_realloc(block, size);
+}
+void free(void* block) {
+  heap.live -= heap.watched && block != nullptr;
+  __libc_free(block);
+}
+}
+#endif
+
+namespace {
+
+class Allocation : public PluginTest {
+ protected:
+  void SetUp() override {
+#ifdef MALLOC_IS_TAKEN
+    GTEST_SKIP() << "a sanitizer holds malloc";
+#endif
+  }
+
+  // What `action` does to the heap; allocations number first..last fail.
+  template <class Action>
+  static Heap watch(const Action& action, long first = -1, long last = -1) {
+    heap = {true, 0, 0, first, last};
+    action();
+    heap.watched = false;
+    return heap;
+  }
+};
+
+TEST_F(Allocation, TheWatchSeesThePluginsMalloc) {
+  tavo::Plugin::System made;
+  const Heap seen = watch([&] { made = plugin.create(); });
+  EXPECT_GE(seen.asked, 6) << "the object and its buffers";
+  EXPECT_EQ(seen.live, seen.asked);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(made.get()) % 16, 0u);
+  EXPECT_EQ(watch([&] { made.reset(); }).live, -seen.live) << "everything went back by free";
+}
+
+// A control loop must not wait for the heap.
+TEST_F(Allocation, SettersGettersAndAMillionComputationsNeedNone) {
+  const std::vector<float> joints(22, 0.3f), wrench(6, 1.f);
+  const KT::Math::Transform frame = test::transform(oracle::Vector::Constant(6, 0.5));
+  const Eigen::Matrix3f inertia = Eigen::Matrix3f::Identity() * 1e-3f;
+  Eigen::Matrix<float, 3, Eigen::Dynamic> J(3, 28);
+  float sum = 0;
+  const Heap setters = watch([&] {
+    robot.setRootPose(frame);
+    robot.setRootVelocity({1, 2, 3, 4, 5, 6});
+    robot.setRootAcceleration({1, 2, 3, 4, 5, 6});
+    robot.setJointAnglesPos(joints);
+    robot.setJointAnglesVel(joints);
+    robot.setJointAnglesAcc(joints);
+    robot.setJointAnglePos(3, 1);
+    robot.setJointAngleVel(3, 1);
+    robot.setJointAngleAcc(3, 1);
+    robot.setExternalWrench(3, wrench);
+    robot.setExternalWrench(3, wrench, frame);
+    robot.setPose(3, frame);
+    robot.setVolatilePose(0, frame);
+    robot.setBodyInertia(3, 0.1f, {0, 0, 0.01f}, inertia);
+    tavo::partialComJacobian(robot, 3, J);
+    sum += robot.getPose(3).m[0] + robot.getComPosition(3).x + robot.getRootVelocity().vx;
+  });
+  EXPECT_EQ(setters.asked, 0);
+  const Heap computations = watch([&] {
+    for (unsigned long k = 0; k < 1'000'000; ++k) {
+      robot.setJointAnglePos(k % 22, static_cast<float>(k) * 1e-3f);
+      robot.computeFwdKinematics();
+      robot.computeGeneralizedMass();
+      robot.computeInverseDynamics();
+      robot.computePartialComJacobian(k % 23, J);
+      sum += robot.computePartialComPositionInRoot(k % 23).x;
+    }
+  });
+  EXPECT_EQ(computations.asked, 0);
+  EXPECT_TRUE(std::isfinite(sum));
+}
+
+// Every allocation of `create` fails in turn, alone and with all that follow it (then the exception
+// itself finds no storage either).
+TEST_F(Allocation, CreateLeaksNothingWhenStorageRunsOut) {
+  const long needed = watch([&] { plugin.create(); }).asked;
+  for (long k = 0; k < 2 * needed; ++k) {
+    const long first = k / 2, last = k % 2 == 0 ? first : needed;
+    std::string thrown;
+    const Heap seen =
+        watch([&] { thrown = message_of<std::bad_alloc>([&] { plugin.create(); }); }, first, last);
+    EXPECT_EQ(thrown, "std::bad_alloc") << "allocation " << first;
+    EXPECT_EQ(seen.live, 0) << "allocation " << first;
+  }
+  EXPECT_NE(plugin.create(), nullptr);
+}
+
+TEST_F(Allocation, APartialJacobianWithoutStorageIsKept) {
+  robot.computeFwdKinematics();
+  Eigen::Matrix<float, 3, Eigen::Dynamic> J(3, 5);
+  J << 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15;
+  const Eigen::Matrix<float, 3, 5> before = J;
+  const float* const storage = J.data();
+  std::string thrown;
+  const auto resize = [&] { robot.computePartialComJacobian(3, J); };
+  const Heap seen = watch([&] { thrown = message_of<std::bad_alloc>(resize); }, 0, 1000);
+  EXPECT_EQ(thrown, "std::bad_alloc");
+  EXPECT_EQ(seen.live, 0);
+  EXPECT_EQ(J.data(), storage);
+  ASSERT_EQ(J.cols(), 5);
+  EXPECT_EQ(J, before);
+  const Heap enough = watch(resize);
+  EXPECT_EQ(enough.asked, 1);
+  EXPECT_EQ(enough.live, 0) << "the old storage went back";
+}
+
+}  // namespace
