@@ -14,8 +14,8 @@ namespace tavo {
 ///   tavo::Plugin::System robot = plugin.create();
 class Plugin {
  public:
-  /// Releases a system through the plug-in that made it. Holds the library as long as it lives, so a
-  /// reset System still does.
+  /// Releases a system through the plug-in that made it. Holds the library as long as it lives, so
+  /// a reset System still does.
   class Deleter {
    public:
     Deleter() = default;
