@@ -1,62 +1,54 @@
 #pragma once
 
+#include <cstddef>
+
+#include "algorithms/lane_groups.hpp"
+#include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"
+#include "spatial/inertia.hpp"
+#include "spatial/lanes.hpp"
 
 namespace metapod::internal {
 
-/// What crba and partial_crba share: the walk from the leaves to the root, once Ic of every node
-/// holds the node's own inertia. Body i with parent p (Featherstone 2008, table 6.2):
+/// Composite inertias of all subtrees, on lanes and in the nodes' Iic.
 ///
-///   finish of i                 Ic_p = Ic_p + pXi* Ic_i iXp
-///                               F = Ic_i S_i
-///                               H_ii = S_iᵀ F
-///   then, up the ancestors j    F = jXc* F         c the child of j on the way
-///                               H_ij = Fᵀ S_j,  H_ji = H_ijᵀ
+/// Body i (Featherstone 2008, table 6.2):
+///   discover   Ic_i = I_i
+///   finish     Ic_i = Ic_i + sum over children c of  iXc* Ic_c cXi
 ///
-/// Reads sXp and S; writes Iic, joint_F (on return a joint's F stands in root coordinates) and the
-/// entries of H named above: pairs of coordinates on one path to the root, nothing else.
-template <class Model, int N>
-struct CompositeInertiaVisitor {
-  using Node = NodeOf<Model, N>;
-  static constexpr int k = Node::first_dof;
+/// One body may count as massless: Ic_i = 0 if i is excluded_id.
+template <class Model>
+struct CompositeInertias {
+  using Inertia = Spatial::Inertia;
 
-  /// Ancestor j, reached from its child c.
-  template <class M, int j, int c>
-  struct BwdtVisitor {
-    template <class Matrix>
-    static void discover(M& model, Matrix& H) {
-      using Ancestor = NodeOf<M, j>;
-      auto& F = node<N>(model).joint_F[0];
-      F = node<c>(model).sXp.applyInv(F);
-      const auto H_j = node<j>(model).joint.S.transposed_times(F);
-      if constexpr (Ancestor::nb_dofs == 1) {
-        H(Ancestor::first_dof, k) = H_j;
-        H(k, Ancestor::first_dof) = H_j;
-      } else {
-        for (int a = 0; a < Ancestor::nb_dofs; ++a) {
-          H(k, Ancestor::first_dof + a) = H_j[a];
-          H(Ancestor::first_dof + a, k) = H_j[a];
-        }
-      }
+  const JointTransforms<Model>& sXp;
+  PerGroup<Model, Inertia> Ic, Ic_in_parent;
+
+  template <class M, std::size_t g>
+  struct Visitor {
+    ORVEK23_INLINE static void finish(M& model, CompositeInertias& state, const int& excluded_id) {
+      const auto own =
+          load<M, g>([&](auto id) -> const auto& { return own_inertia<id>(excluded_id); });
+      const auto Ic = plus_children<M, g, Inertia>(own, state.Ic_in_parent);
+      state.Ic.set(g, Ic);
+      state.Ic_in_parent.set(g, state.sXp.template get<g>().applyInv(Ic));
+      store<M, g>(
+          Ic, [&](auto id) -> auto& { return node<id>(model).Iic; });
     }
   };
 
-  template <class Matrix>
-  static void finish(Model& model, Matrix& H) {
-    auto& i = node<N>(model);
-    if constexpr (Node::parent == no_parent) {
-      i.joint_F = i.Iic * i.joint.S;
-      for (int b = 0; b < Node::nb_dofs; ++b) {
-        const auto column = i.joint.S.transposed_times(i.joint_F[b]);
-        for (int a = 0; a < Node::nb_dofs; ++a) H(k + a, k + b) = column[a];
-      }
-    } else {
-      auto& p = node<Node::parent>(model);
-      p.Iic = p.Iic + i.sXp.applyInv(i.Iic);
-      i.joint_F[0] = i.Iic * i.joint.S;
-      H(k, k) = i.joint.S.transposed_times(i.joint_F[0]);
-      backward_traversal<internal::CompositeInertiaVisitor, Model, N>::run(model, H);
-    }
+  ORVEK23_INLINE void run(Model& model, const int& excluded_id) {
+    inward_traversal<Visitor, Model>::run(model, *this, excluded_id);
+    node<0>(model).Iic =
+        plus_root_children<Model, Inertia>(own_inertia<0>(excluded_id), Ic_in_parent);
+  }
+
+ private:
+  static constexpr Inertia massless{};
+
+  template <int id>
+  ORVEK23_INLINE static const Inertia& own_inertia(int excluded_id) {
+    return id == excluded_id ? massless : Model::inertias[id];
   }
 };
 

@@ -1,11 +1,13 @@
 #pragma once
 
-#include <utility>
+#include <array>
+#include <cstddef>
 
-#include "algorithms/first_moment.hpp"
+#include "algorithms/lane_groups.hpp"
+#include "algorithms/lanes.hpp"
+#include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
-#include "spatial/rotation.hpp"
-#include "spatial/transform.hpp"
+#include "spatial/lanes.hpp"
 #include "spatial/vector.hpp"
 
 /// Kinematics relative to the root body (frame 1): poses, Jacobian, first moment of mass.
@@ -16,7 +18,7 @@
 ///   J_i    = 1Xi S_i            S_i is a unit turn about the body's z axis
 ///   mc_sum = mc_sum + m_i c_i   c_i the centre of mass, in frame 1
 ///
-/// Reads sXp, so joint calculation runs first, and Model::inertias; writes no node.
+/// Reads sXp, which joint calculation leaves, and Model::inertias; writes no node.
 ///   iX1     one transform a body. Entry 0 is the identity on entry and is not written.
 ///   J       6 rows, angular first, frame 1; only the columns of the joints are written.
 ///   mc_sum  kg m, frame 1; overwritten.
@@ -24,31 +26,36 @@ namespace metapod {
 
 namespace internal {
 
-using BodyTransform = Spatial::TransformT<Spatial::RotationMatrix>;
+template <class Model>
+struct FwdKiniX1State {
+  const JointTransforms<Model>& sXp;
+  PerGroup<Model, BodyTransform> iX1;
+  Moments<Model> moments;
+};
 
-template <class Model, int N>
+template <class Model, std::size_t g>
 struct FwdKiniX1Visitor {
-  template <class Jacobian>
-  static void discover(Model& model, BodyTransform* iX1, Jacobian& J, Spatial::Vector3& mc_sum) {
-    using Node = NodeOf<Model, N>;
-    const BodyTransform X = node<N>(model).sXp * iX1[Node::parent];
-    iX1[N] = X;
-    write_column<Node::first_dof>(X, J);
-    mc_sum = mc_sum + first_moment(X, Model::inertias[N]);
+  ORVEK23_INLINE static void discover(Model&, FwdKiniX1State<Model>& state,
+                                      BodyTransform* const& iX1, float* const& J) {
+    const auto X = state.sXp.template get<g>() * of_parents<Model, g>(state.iX1);
+    state.iX1.set(g, X);
+    store<Model, g>(
+        X, [&](auto id) -> auto& { return iX1[id]; });
+    write_columns(X, J);
+    state.moments.set(for_nodes<Model, g>([](auto id) { return id(); }), X);
   }
 
  private:
   /// The axis a is row 2 of E; the linear part r x a is formed in the body's frame, where a is z,
   /// as Eᵀ (u x z) = Eᵀ (u_y, -u_x, 0) with u = E r.
-  template <int k, class Jacobian>
-  static void write_column(const BodyTransform& X, Jacobian& J) {
-    const Spatial::Vector3 u = X.E() * X.r();
-    const Spatial::Vector3 axis = X.E().row(2);
-    const Spatial::Vector3 linear = u.y() * X.E().row(0) - u.x() * X.E().row(1);
-    for (int i = 0; i < 3; ++i) {
-      J(i, k) = axis[i];
-      J(3 + i, k) = linear[i];
-    }
+  ORVEK23_INLINE static void write_columns(const OnLanes<BodyTransform>& X, float* J) {
+    const auto& E = X.E();
+    const auto u = E * X.r();
+    const auto axis = E.row(2);
+    const auto linear = u.y() * E.row(0) - u.x() * E.row(1);
+    Spatial::store_lanes<6>(
+        std::array{axis.x(), axis.y(), axis.z(), linear.x(), linear.y(), linear.z()},
+        for_nodes<Model, g>([&](auto id) { return J + 6 * NodeOf<Model, id>::first_dof; }));
   }
 };
 
@@ -56,14 +63,15 @@ struct FwdKiniX1Visitor {
 
 template <class Model>
 struct fwd_kin_iX1 {
-  template <class Jacobian>
-  static void run(Model& model, internal::BodyTransform* iX1, Jacobian& J,
-                  Spatial::Vector3& mc_sum) {
-    mc_sum = Model::inertias[0].h();
-    [&]<int... n>(std::integer_sequence<int, n...>) {
-      (internal::FwdKiniX1Visitor<Model, n + 1>::discover(model, iX1, J, mc_sum), ...);
-    }
-    (std::make_integer_sequence<int, Model::nb_bodies - 1>{});
+  ORVEK23_INLINE static void run(Model& model, const internal::JointTransforms<Model>& sXp,
+                                 internal::BodyTransform* iX1, float* J, Spatial::Vector3& mc_sum) {
+    internal::FwdKiniX1State<Model> state{sXp, {}, {}};
+    state.iX1.set(0, internal::broadcast(iX1[0]));
+    internal::outward_traversal<internal::FwdKiniX1Visitor, Model>::run(model, state, iX1, J);
+    Spatial::Lanes sum = internal::root_moment<Model>();
+    Spatial::unrolled<Model::nb_bodies - 1>(
+        [&](auto n) ORVEK23_INLINE_LAMBDA { sum = sum + state.moments.of_body[n + 1]; });
+    mc_sum = {sum[0], sum[1], sum[2]};
   }
 };
 

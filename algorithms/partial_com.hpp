@@ -1,28 +1,66 @@
 #pragma once
 
-#include "algorithms/first_moment.hpp"
+#include <array>
+#include <cstddef>
+#include <utility>
+
+#include "algorithms/lanes.hpp"
+#include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
+#include "spatial/lanes.hpp"
 #include "spatial/vector.hpp"
 
-namespace metapod::internal {
+namespace metapod {
 
-/// Adds the first moments of mass (kg m) of a subtree's bodies, all but `excluded_id`, to mc_sum:
+namespace internal {
+
+/// Adds the first moments of a subtree's bodies, all but `excluded_id`, in depth-first order:
 ///
-///   mc_sum = mc_sum + m_i c_i   c_i the centre of mass of body i, in the frame of iX1
+///   mc_sum = mc_sum + m_i c_i   c_i the centre of mass of body i, in the root's frame
 ///
-/// Reads iX1 (one transform a body, from fwd_kin_iX1) and Model::inertias. Descendants of the
-/// excluded body count; an id that the subtree does not have excludes nothing.
+/// Descendants of the excluded body count; an id that the subtree does not have excludes nothing.
 template <class Model, int N>
 struct PartialComVisitor {
-  template <class Transform>
-  static void discover(Model&, Transform* const& iX1, const int& excluded_id,
-                       Spatial::Vector3& mc_sum) {
-    if (excluded_id == N) return;
-    mc_sum = mc_sum + first_moment(iX1[N], Model::inertias[N]);
+  ORVEK23_INLINE static void discover(Model&, const Moments<Model>& moments, const int& excluded_id,
+                                      Spatial::Lanes& mc_sum) {
+    if (excluded_id != N) mc_sum = mc_sum + moments.of_body[N];
   }
-
-  template <class Transform>
-  static void finish(Model&, Transform* const&, const int&, Spatial::Vector3&) {}
+  ORVEK23_INLINE static void finish(Model&, const Moments<Model>&, const int&, Spatial::Lanes&) {}
 };
 
-}  // namespace metapod::internal
+}  // namespace internal
+
+/// First moment of mass (kg m) of all bodies but one, in the root's frame. Reads iX1 (one transform
+/// a body, from fwd_kin_iX1) and Model::inertias.
+template <class Model>
+struct partial_com {
+  ORVEK23_INLINE static void run(Model& model, const internal::BodyTransform* iX1,
+                                 const int& excluded_id, Spatial::Vector3& mc_sum) {
+    internal::Moments<Model> moments;
+    constexpr std::size_t last = Model::nb_bodies - 1;
+    Spatial::unrolled<(last + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
+      constexpr std::size_t first = 4 * block + 1, n = first + 3 <= last ? 4 : last + 1 - first;
+      set<first>(moments, iX1, std::make_index_sequence<n>{});
+    });
+    Spatial::Lanes sum = internal::root_moment<Model>();
+    [&]<int... child>(std::integer_sequence<int, child...>) ORVEK23_INLINE_LAMBDA {
+      (internal::depth_first_traversal_internal<internal::PartialComVisitor, Model, child>::run(
+           model, moments, excluded_id, sum),
+       ...);
+    }
+    (typename NodeOf<Model, 0>::children{});
+    mc_sum = {sum[0], sum[1], sum[2]};
+  }
+
+ private:
+  template <std::size_t first, std::size_t... n>
+  ORVEK23_INLINE static void set(internal::Moments<Model>& moments,
+                                 const internal::BodyTransform* iX1, std::index_sequence<n...>) {
+    using Value = internal::OnLanes<internal::BodyTransform>;
+    const auto X = Spatial::from_components<Value>(
+        Spatial::load_lanes<12>(std::array{internal::floats_of(std::as_const(iX1[first + n]))...}));
+    moments.set(std::array{static_cast<int>(first + n)...}, X);
+  }
+};
+
+}  // namespace metapod

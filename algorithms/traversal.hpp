@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "model/tree.hpp"
+#include "spatial/lanes.hpp"
 
 /// Walks over the tree of a Model, resolved at compile time: every visitor is instantiated for
 /// every node, so each node's code is compiled against that node's exact types. Arguments are
@@ -11,7 +12,7 @@ namespace metapod {
 
 /// The node with a given id.
 template <int N, class Model>
-auto& node(Model& model) {
+ORVEK23_INLINE auto& node(Model& model) {
   return model.template node<N>();
 }
 
@@ -24,7 +25,7 @@ namespace internal {
 template <template <class, int> class Visitor, class Model, int N>
 struct depth_first_traversal_internal {
   template <class... Args>
-  static void run(Model& model, Args&... args) {
+  ORVEK23_INLINE static void run(Model& model, Args&... args) {
     Visitor<Model, N>::discover(model, args...);
     run_children(typename NodeOf<Model, N>::children{}, model, args...);
     Visitor<Model, N>::finish(model, args...);
@@ -32,25 +33,9 @@ struct depth_first_traversal_internal {
 
  private:
   template <int... child, class... Args>
-  static void run_children(std::integer_sequence<int, child...>, Model& model, Args&... args) {
+  ORVEK23_INLINE static void run_children(std::integer_sequence<int, child...>, Model& model,
+                                          Args&... args) {
     (depth_first_traversal_internal<Visitor, Model, child>::run(model, args...), ...);
-  }
-};
-
-/// Walk from node N up to the root. Each step visits an ancestor, reached through one child.
-template <template <class, int> class Visitor, class Model, int N>
-struct backward_traversal {
-  template <class... Args>
-  static void run(Model& model, Args&... args) {
-    step<N>(model, args...);
-  }
-
- private:
-  template <int child, class... Args>
-  static void step(Model& model, Args&... args) {
-    constexpr int ancestor = NodeOf<Model, child>::parent;
-    Visitor<Model, N>::template BwdtVisitor<Model, ancestor, child>::discover(model, args...);
-    if constexpr (ancestor != 0) step<ancestor>(model, args...);
   }
 };
 

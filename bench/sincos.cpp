@@ -8,6 +8,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "host/instruction_sets.hpp"
+
 // The 25 sines and cosines of one position pass, root and joints: the plug-in's, and as many calls
 // of the C library.
 
@@ -32,8 +34,7 @@ const std::vector<Angles>& angle_sets() {
   return sets;
 }
 
-/// For the instruction sets that the plug-in's passes are compiled for.
-[[gnu::target_clones("default", "avx2")]] void by_lanes(const Angles& angles, Results& results) {
+void by_lanes(const Angles& angles, Results& results) {
   std::array<Doubles, nb_groups> groups;
   for (std::size_t k = 0; k < nb_groups; ++k) {
     const float* a = &angles[4 * k];
@@ -61,7 +62,7 @@ void sincos(benchmark::State& state, void (*all)(const Angles&, Results&)) {
   }
   state.SetLabel("25 angles");
 }
-BENCHMARK_CAPTURE(sincos, orvek23, by_lanes);
+BENCHMARK_CAPTURE(sincos, orvek23, tavo::Compiled<by_lanes>::call);
 BENCHMARK_CAPTURE(sincos, libm, by_libm);
 
 }  // namespace

@@ -2,12 +2,11 @@
 
 #include <vector>
 
-#include "algorithms/jcalc.hpp"
-#include "algorithms/rnea.hpp"
-#include "algorithms/traversal.hpp"
 #include "host/adapter_kinematics.hpp"
+#include "host/instruction_sets.hpp"
 #include "host/kt_math_conversions.hpp"
 #include "host/metapod_rigid_body_system.hpp"
+#include "host/passes.hpp"
 #include "spatial/force.hpp"
 
 /// External wrenches and joint torques.
@@ -38,9 +37,7 @@ void MetapodRigidBodySystem<Model>::setExternalWrench(unsigned long i,
 
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeInverseDynamics() {
-  using metapod::internal::JcalcVisitor;
-  metapod::depth_first_traversal<JcalcVisitor, Model>::run(model_, q_, dq_);
-  metapod::rnea<Model, false>::run(model_, ddq_, fext_.data(), torques_);
+  Compiled<Passes<Model>::inverse_dynamics>::call(model_, q_, dq_, ddq_, fext_.data(), torques_);
 }
 
 template <class Model>

@@ -6,11 +6,9 @@
 #include <string>
 #include <vector>
 
-#include "algorithms/fwd_kin_iX1.hpp"
-#include "algorithms/jcalc.hpp"
-#include "algorithms/traversal.hpp"
-#include "host/kt_math_conversions.hpp"
+#include "host/instruction_sets.hpp"
 #include "host/metapod_rigid_body_system.hpp"
+#include "host/passes.hpp"
 #include "spatial/vector.hpp"
 
 /// Root and joint state, poses, forward kinematics.
@@ -149,20 +147,15 @@ JointRange MetapodRigidBodySystem<Model>::getJointAnglesAcc() const {
 
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeFwdKinematicsExceptRoot() {
-  using metapod::internal::JcalcPosVisitor;
-  metapod::depth_first_traversal<JcalcPosVisitor, Model>::run(model_, q_);
   metapod::Spatial::Vector3 mc_sum;
-  metapod::fwd_kin_iX1<Model>::run(model_, iX1_.data(), jacobianInRoot_, mc_sum);
-  for (std::size_t i = 1; i < nb_bodies; ++i) invToKTMath(iX1_[i], posesInRoot_[i]);
+  Compiled<Passes<Model>::root_relative>::call(model_, q_, iX1_, jacobianInRoot_.data(), mc_sum,
+                                               posesInRoot_.data());
   comPositionInRoot_ = internal::as_position((1 / mass_) * mc_sum);
 }
 
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeFwdKinematicsOnlyRoot() {
-  metapod::internal::JcalcPosVisitor<Model, 0>::discover(model_, q_);
-  const ModelTransform& root = model_.template node<0>().sXp;  // world to root
-  invToKTMath(root, poses_[0]);
-  for (std::size_t i = 1; i < nb_bodies; ++i) invProdToKTMath(iX1_[i], root, poses_[i]);
+  Compiled<Passes<Model>::world>::call(model_, q_, iX1_, poses_.data());
   comPosition_ = poses_[0] * comPositionInRoot_;
 }
 

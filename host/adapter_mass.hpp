@@ -1,32 +1,18 @@
 #pragma once
 
-#include <utility>
-
-#include "algorithms/crba.hpp"
-#include "algorithms/partial_com.hpp"
-#include "algorithms/partial_crba.hpp"
-#include "algorithms/traversal.hpp"
 #include "host/adapter_kinematics.hpp"
+#include "host/instruction_sets.hpp"
 #include "host/metapod_rigid_body_system.hpp"
+#include "host/passes.hpp"
 #include "spatial/vector.hpp"
 
 /// Mass matrix, centres of mass and their Jacobian without one body.
 namespace tavo {
 
-namespace internal {
-
-/// The walks over the subtrees of the root's children.
-template <template <class, int> class Visitor, class Model, int... child, class... Args>
-void walk_chains(std::integer_sequence<int, child...>, Model& model, Args&... args) {
-  (metapod::internal::depth_first_traversal_internal<Visitor, Model, child>::run(model, args...),
-   ...);
-}
-
-}  // namespace internal
-
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeGeneralizedMass() {
-  metapod::crba<Model, false>::run(model_, generalizedMass_);
+  constexpr int nobody = -1;
+  Compiled<Passes<Model>::joint_space_inertia>::call(model_, generalizedMass_.data(), nobody);
 }
 
 template <class Model>
@@ -38,9 +24,9 @@ MetapodRigidBodySystem<Model>::getGeneralizedMass() const {
 template <class Model>
 void MetapodRigidBodySystem<Model>::computePartialComJacobian(unsigned long i, Matrix3X& J) {
   if (i >= nb_bodies) return;
-  Eigen::Matrix<float, nb_dofs, nb_dofs> Hp = decltype(Hp)::Zero();
-  const int excluded_id = static_cast<int>(i);
-  metapod::partial_crba<Model>::run(model_, Hp, excluded_id);
+  Eigen::Matrix<float, nb_dofs, nb_dofs> Hp;
+  Compiled<Passes<Model>::clear>::call(Hp.data());
+  Compiled<Passes<Model>::joint_space_inertia>::call(model_, Hp.data(), static_cast<int>(i));
   // Take new storage before the old is given up: J is unchanged if there is none.
   if (J.cols() != nb_dofs) Matrix3X(3, nb_dofs).swap(J);
   J.setZero();
@@ -58,12 +44,8 @@ template <class Model>
 KT::Math::Position3D MetapodRigidBodySystem<Model>::computePartialComPositionInRoot(
     unsigned long i) {
   if (i == 0 || i >= nb_bodies) return comPosition_;
-  metapod::Spatial::Vector3 mc_sum = Model::inertias[0].h();
-  const int excluded_id = static_cast<int>(i);
-  const ModelTransform* const iX1 = iX1_.data();
-  using RootChildren = typename Model::template Node<0>::children;
-  internal::walk_chains<metapod::internal::PartialComVisitor>(RootChildren{}, model_, iX1,
-                                                              excluded_id, mc_sum);
+  metapod::Spatial::Vector3 mc_sum;
+  Compiled<Passes<Model>::partial_first_moment>::call(model_, iX1_, static_cast<int>(i), mc_sum);
   return internal::as_position((1 / (mass_ - Model::inertias[i].m())) * mc_sum);
 }
 

@@ -50,7 +50,7 @@ Transform transformFromPosition6D(const Position6D& p) {
 Position3D operator*(const Transform& t, const Position3D& x) {
   const auto row = [&](int i) {
     const float* r = t.m + 4 * i;
-    return static_cast<float>(double{r[0]} * x.x + double{r[1]} * x.y + double{r[2]} * x.z + r[3]);
+    return r[0] * x.x + r[1] * x.y + r[2] * x.z + r[3];
   };
   return {row(0), row(1), row(2)};
 }

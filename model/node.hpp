@@ -30,6 +30,8 @@ struct Node {
   static constexpr const std::string& body_name = node_constants<Robot, node_id>().body_name;
   /// Joint frame in the parent body's frame, at coordinate zero.
   static constexpr const PlacementType& Xt = node_constants<Robot, node_id>().Xt;
+  /// The value that Xt is given.
+  static constexpr PlacementType placement() { return NodeConstants<Robot, node_id>::placement(); }
 
   /// Parent frame to this body's frame. Its rotation kind follows from the joint's and Xt's.
   decltype(JointType{}.Xj * PlacementType{}) sXp;

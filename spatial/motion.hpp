@@ -16,6 +16,7 @@ class MotionT {
 
   constexpr const Vector& w() const { return w_; }
   constexpr const Vector& v() const { return v_; }
+  constexpr Vector& w() { return w_; }
 
   friend constexpr MotionT operator+(const MotionT& a, const MotionT& b) {
     return {a.w_ + b.w_, a.v_ + b.v_};

@@ -4,6 +4,7 @@
 
 #include "spatial/force.hpp"
 #include "spatial/inertia.hpp"
+#include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
 
 /// Joint motion subspaces: what a joint's coordinate rates do to its body. Featherstone 2008,
@@ -27,39 +28,68 @@ class ConstraintMotionFreeFlyerBody {
   constexpr const Motion& column(int j) const { return columns_[static_cast<std::size_t>(j)]; }
 
   /// S x, the full product: a non-finite rate reaches every component.
-  constexpr Motion operator*(const RootCoordinates& x) const {
-    return x[0] * column(0) + x[1] * column(1) + x[2] * column(2) + x[3] * column(3) +
-           x[4] * column(4) + x[5] * column(5);
+  ORVEK23_INLINE Motion operator*(const RootCoordinates& x) const {
+    // A column is two rows of four floats that share two.
+    Lanes head = x[0] * load_four(floats(0)), tail = x[0] * load_four(floats(0) + 2);
+    unrolled<5>([&](auto j) ORVEK23_INLINE_LAMBDA {
+      head = head + x[j + 1] * load_four(floats(j + 1));
+      tail = tail + x[j + 1] * load_four(floats(j + 1) + 2);
+    });
+    return {{head[0], head[1], head[2]}, {tail[1], tail[2], tail[3]}};
   }
-  /// Sᵀ F.
-  constexpr RootCoordinates transposed_times(const Force& F) const {
-    return {dot(column(0), F), dot(column(1), F), dot(column(2), F),
-            dot(column(3), F), dot(column(4), F), dot(column(5), F)};
+  /// Sᵀ F: each entry is the dot product of a column with F.
+  ORVEK23_INLINE RootCoordinates transposed_times(const Force& F) const {
+    const auto dot_with = [&](const std::array<Lanes, 6>& s) ORVEK23_INLINE_LAMBDA {
+      return s[0] * F.n().x() + s[1] * F.n().y() + s[2] * F.n().z() + s[3] * F.f().x() +
+             s[4] * F.f().y() + s[5] * F.f().z();
+    };
+    const Lanes a = dot_with(load_lanes<6>(std::array{floats(0), floats(1), floats(2), floats(3)}));
+    const Lanes b = dot_with(load_lanes<6>(std::array{floats(4), floats(5)}));
+    return {a[0], a[1], a[2], a[3], b[0], b[1]};
   }
 
  private:
+  const float* floats(std::size_t j) const { return reinterpret_cast<const float*>(&columns_[j]); }
+
   std::array<Motion, 6> columns_;
 };
 
-/// Subspace of a joint that turns about its body's z axis: (0, 0, 1, 0, 0, 0).
-class ConstraintMotionAxisZ {
+/// Subspace of a joint that turns about its body's z axis: the motion (0, 0, 1, 0, 0, 0).
+template <class S>
+class ConstraintMotionAxisZT {
  public:
-  constexpr ConstraintMotionAxisZ() : s_({0, 0, 1}, {0, 0, 0}) {}
+  constexpr ConstraintMotionAxisZT() : s_({S{}, S{}, S{} + 1.0f}, {}) {}
+  constexpr explicit ConstraintMotionAxisZT(const MotionT<S>& s) : s_(s) {}
 
-  constexpr Motion operator*(float x) const { return x * s_; }
-  constexpr float transposed_times(const Force& F) const { return dot(s_, F); }
+  constexpr const MotionT<S>& motion() const { return s_; }
+
+  constexpr MotionT<S> operator*(S x) const { return x * s_; }
+  constexpr S transposed_times(const ForceT<S>& F) const { return dot(s_, F); }
 
  private:
-  Motion s_;
+  MotionT<S> s_;
 };
+
+using ConstraintMotionAxisZ = ConstraintMotionAxisZT<float>;
 
 /// I S, one force a column. Reads the two off-diagonal 3 x 3 blocks of S and takes the diagonal
 /// ones as zero.
-std::array<Force, 6> operator*(const Inertia& I, const ConstraintMotionFreeFlyerBody& S);
+constexpr std::array<Force, 6> operator*(const Inertia& I, const ConstraintMotionFreeFlyerBody& S) {
+  const auto linear = [&](int j) {
+    const Vector3& v = S.column(j).v();
+    return Force(I.h().cross(v), I.m() * v);
+  };
+  const auto angular = [&](int j) {
+    const Vector3& w = S.column(j).w();
+    return Force(I.I() * w, -I.h().cross(w));
+  };
+  return {linear(0), linear(1), linear(2), angular(3), angular(4), angular(5)};
+}
 
 /// I S from the pattern of S: its entries are not read.
-constexpr Force operator*(const Inertia& I, const ConstraintMotionAxisZ&) {
-  return {{I.I().zx(), I.I().zy(), I.I().zz()}, {-I.h().y(), I.h().x(), 0}};
+template <class S>
+constexpr ForceT<S> operator*(const InertiaT<S>& I, const ConstraintMotionAxisZT<S>&) {
+  return {{I.I().zx(), I.I().zy(), I.I().zz()}, {-I.h().y(), I.h().x(), S{}}};
 }
 
 static_assert(sizeof(ConstraintMotionFreeFlyerBody) == 36 * sizeof(float));

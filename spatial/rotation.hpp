@@ -26,7 +26,7 @@ class RotationMatrixT {
     return {{a.x(), b.x(), c.x()}, {a.y(), b.y(), c.y()}, {a.z(), b.z(), c.z()}};
   }
   static constexpr RotationMatrixT identity() {
-    const S one = S{} + 1, zero{};
+    const S one = S{} + 1.0f, zero{};
     return {{one, zero, zero}, {zero, one, zero}, {zero, zero, one}};
   }
 
@@ -47,8 +47,9 @@ class RotationMatrixT {
     const auto E = [this](int i, int j) { return (*this)(i, j); };
     const S axx = a.xx() - a.zz(), ayy = a.yy() - a.zz();
     const auto diagonal = [&](int j) {  // c_jᵀ (A - zz 1) c_j + zz
-      return E(0, j) * E(0, j) * axx + 2 * (E(0, j) * E(1, j)) * a.yx() + E(1, j) * E(1, j) * ayy +
-             2 * (E(0, j) * E(2, j)) * a.zx() + 2 * (E(1, j) * E(2, j)) * a.zy() + a.zz();
+      return E(0, j) * E(0, j) * axx + 2.0f * (E(0, j) * E(1, j)) * a.yx() +
+             E(1, j) * E(1, j) * ayy + 2.0f * (E(0, j) * E(2, j)) * a.zx() +
+             2.0f * (E(1, j) * E(2, j)) * a.zy() + a.zz();
     };
     const auto mixed = [&](int i, int j, S zx_factor, S zy_factor) {  // c_iᵀ (A - zz 1) c_j
       return E(0, i) * E(0, j) * axx + (E(0, i) * E(1, j) + E(0, j) * E(1, i)) * a.yx() +
@@ -57,9 +58,9 @@ class RotationMatrixT {
     const S yy = diagonal(1), zz = diagonal(2);
     return {
         a.xx() + a.yy() + a.zz() - yy - zz,
-        mixed(0, 1, E(1, 2) + 2 * (E(0, 0) * E(2, 1)), 2 * (E(1, 0) * E(2, 1)) - E(0, 2)),
+        mixed(0, 1, E(1, 2) + 2.0f * (E(0, 0) * E(2, 1)), 2.0f * (E(1, 0) * E(2, 1)) - E(0, 2)),
         yy,
-        mixed(0, 2, 2 * (E(0, 0) * E(2, 2)) - E(1, 1), 2 * (E(1, 0) * E(2, 2)) + E(0, 1)),
+        mixed(0, 2, 2.0f * (E(0, 0) * E(2, 2)) - E(1, 1), 2.0f * (E(1, 0) * E(2, 2)) + E(0, 1)),
         mixed(1, 2, E(0, 1) * E(2, 2) + E(0, 2) * E(2, 1), E(1, 1) * E(2, 2) + E(1, 2) * E(2, 1)),
         zz};
   }
@@ -92,9 +93,9 @@ class RotationMatrixAboutZT {
   /// Uses c² + s² = 1.
   constexpr SymmetricMatrix3T<S> congruence(const SymmetricMatrix3T<S>& a) const {
     const S ss = s_ * s_, cs = c_ * s_, difference = a.xx() - a.yy();
-    const S d = ss * difference + 2 * cs * a.yx();
+    const S d = ss * difference + 2.0f * cs * a.yx();
     return {a.xx() - d,
-            (1 - 2 * ss) * a.yx() + cs * difference,
+            (1.0f - 2.0f * ss) * a.yx() + cs * difference,
             a.yy() + d,
             c_ * a.zx() - s_ * a.zy(),
             s_ * a.zx() + c_ * a.zy(),

@@ -1,20 +1,96 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 
+#include "spatial/lanes.hpp"
+
+/// Sines and cosines: evaluated together in double, then narrowed, so that they are right to float
+/// precision.
 namespace metapod::Spatial {
 
-/// Sine and cosine of one angle.
+/// Four angles (rad), and what is computed of them.
+using Doubles [[gnu::vector_size(32)]] = double;
+
 struct SinCos {
-  float s, c;
+  Lanes s, c;
 };
 
-/// Both evaluated together in double, then narrowed: the sine of a float angle is then right to
-/// float precision at any size of the angle.
-inline SinCos sin_cos(float angle) {
-  double s = 0, c = 0;
-  ::sincos(static_cast<double>(angle), &s, &c);
-  return {static_cast<float>(s), static_cast<float>(c)};
+namespace internal {
+
+using Longs [[gnu::vector_size(32)]] = std::int64_t;
+
+inline constexpr double largest_reduced_angle = 1e5;
+
+ORVEK23_INLINE Doubles magnitude(const Doubles& x) {
+  return std::bit_cast<Doubles>(std::bit_cast<Longs>(x) & 0x7fffffffffffffff);
+}
+
+/// For angles up to 1e5 rad. The angle is reduced by a multiple of pi/2 in two parts (Cody and
+/// Waite 1980, chapter 8), exact enough there; the polynomials interpolate at the Chebyshev nodes
+/// of
+/// [-pi/4, pi/4], to within 2e-17.
+ORVEK23_INLINE SinCos reduced_sin_cos(const Doubles& angle) {
+  // Adding 1.5 * 2^52 rounds to an integer and leaves it in the low bits.
+  constexpr double rounder = 6755399441055744.0;
+  const Doubles shifted = angle * 0.63661977236758138 + rounder;
+  const Doubles n = shifted - rounder;
+  const Longs quadrant = std::bit_cast<Longs>(shifted);
+  const Doubles r = (angle - n * 1.5707963267341256) - n * 6.0771005065061922e-11;
+  const Doubles u = r * r;
+
+  const Doubles sin_tail =
+      -0.16666666666666666 +
+      u * (0.008333333333330948 +
+           u * (-0.00019841269836756774 +
+                u * (2.7557316101617874e-06 +
+                     u * (-2.5051131650235181e-08 + u * 1.5918115263265974e-10))));
+  const Doubles cos_tail =
+      0.041666666666666664 +
+      u * (-0.0013888888888887398 +
+           u * (2.4801587298764561e-05 +
+                u * (-2.7557317271145144e-07 +
+                     u * (2.087614614655861e-09 + u * -1.1382623647474604e-11))));
+  const Longs sin_r = std::bit_cast<Longs>(r + (r * u) * sin_tail);
+  const Longs cos_r = std::bit_cast<Longs>((1.0 - 0.5 * u) + (u * u) * cos_tail);
+
+  // An odd quadrant swaps the two; quadrants 2 and 3 negate the sine, 1 and 2 the cosine.
+  const Longs difference = (sin_r ^ cos_r) & -(quadrant & 1);
+  const Longs s = (sin_r ^ difference) ^ ((quadrant & 2) << 62);
+  const Longs c = (cos_r ^ difference) ^ (((quadrant + 1) & 2) << 62);
+  return {__builtin_convertvector(std::bit_cast<Doubles>(s), Lanes),
+          __builtin_convertvector(std::bit_cast<Doubles>(c), Lanes)};
+}
+
+/// By the C library: huge angles and non-finite values.
+[[gnu::noinline, gnu::cold]] inline void replace_by_libm(const Doubles* angles, std::size_t n,
+                                                         SinCos* results) {
+  for (std::size_t k = 0; k < nb_lanes * n; ++k) {
+    const std::size_t i = k / nb_lanes, lane = k % nb_lanes;
+    const double angle = angles[i][lane];
+    if (std::abs(angle) <= largest_reduced_angle) continue;
+    results[i].s[lane] = static_cast<float>(std::sin(angle));
+    results[i].c[lane] = static_cast<float>(std::cos(angle));
+  }
+}
+
+}  // namespace internal
+
+/// Any angles. One test for all of them keeps the rare call out of the arithmetic.
+template <std::size_t n>
+ORVEK23_INLINE std::array<SinCos, n> sin_cos(const std::array<Doubles, n>& angles) {
+  std::array<SinCos, n> results;
+  internal::Longs in_range = ~internal::Longs{};
+  unrolled<n>([&](auto k) ORVEK23_INLINE_LAMBDA {
+    in_range &= internal::magnitude(angles[k]) <= internal::largest_reduced_angle;
+    results[k] = internal::reduced_sin_cos(angles[k]);
+  });
+  if ((in_range[0] & in_range[1] & in_range[2] & in_range[3]) == 0) [[unlikely]] {
+    internal::replace_by_libm(angles.data(), n, results.data());
+  }
+  return results;
 }
 
 }  // namespace metapod::Spatial

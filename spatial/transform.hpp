@@ -8,6 +8,26 @@
 
 namespace metapod::Spatial {
 
+namespace internal {
+
+/// Shift of the origin of a rotated inertia (m, a = Eᵀ h, A = Eᵀ I E) by r:
+/// I' = A - r x a x - h' x r x, with h' = a + m r. Both terms have the form (k·r) 1 - ..., which
+/// gives the diagonal k = a + h' at once.
+template <class S>
+constexpr InertiaT<S> shifted(S m, const Vector3T<S>& a, const SymmetricMatrix3T<S>& A,
+                              const Vector3T<S>& r) {
+  const Vector3T<S> h = a + m * r;
+  const Vector3T<S> k = a + h;
+  const S kx = k.x() * r.x(), ky = k.y() * r.y(), kz = k.z() * r.z();
+  return {m,
+          h,
+          {A.xx() + (ky + kz), A.yx() - (a.y() * r.x() + r.y() * h.x()), A.yy() + (kx + kz),
+           A.zx() - (a.z() * r.x() + r.z() * h.x()), A.zy() - (a.z() * r.y() + r.z() * h.y()),
+           A.zz() + (kx + ky)}};
+}
+
+}  // namespace internal
+
 /// Change of frame bXa, from frame a (the parent) to frame b (the child): E rotates a-coordinates
 /// into b-coordinates, r is b's origin in a (m). Featherstone 2008, section 2.8.
 template <class Rotation>
@@ -24,6 +44,7 @@ class TransformT {
   constexpr TransformT(const Rotation& E, const Vector& r) : E_(E), r_(r) {}
 
   constexpr const Rotation& E() const { return E_; }
+  constexpr Rotation& E() { return E_; }
   constexpr const Vector& r() const { return r_; }
 
   /// Point: p_b = E (p_a - r).
@@ -53,7 +74,9 @@ class TransformT {
   }
 
   /// Inertia: I_a = Xᵀ I_b X. Featherstone 2008, equation 2.66.
-  Inertia applyInv(const Inertia& I_b) const;
+  constexpr Inertia applyInv(const Inertia& I_b) const {
+    return internal::shifted(I_b.m(), E_.transposed_times(I_b.h()), E_.congruence(I_b.I()), r_);
+  }
 
  private:
   Rotation E_;
@@ -78,10 +101,6 @@ constexpr auto operator*(const TransformT<R1>& X1,
                          const TransformT<RotationMatrixIdentityT<S>>& X2) {
   return TransformT<decltype(X1.E() * X2.E())>(X1.E() * X2.E(), X1.r() + X2.r());
 }
-
-// Defined in inertia.cpp.
-extern template class TransformT<RotationMatrix>;
-extern template class TransformT<RotationMatrixAboutZ>;
 
 static_assert(sizeof(TransformT<RotationMatrix>) == 12 * sizeof(float));
 static_assert(sizeof(TransformT<RotationMatrixAboutZ>) == 5 * sizeof(float));

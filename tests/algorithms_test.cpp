@@ -9,7 +9,6 @@
 #include "algorithms/crba.hpp"
 #include "algorithms/fwd_kin_iX1.hpp"
 #include "algorithms/jcalc.hpp"
-#include "algorithms/partial_crba.hpp"
 #include "algorithms/rnea.hpp"
 #include "model/orvek23.hpp"
 #include "tests/robot.hpp"
@@ -18,8 +17,6 @@
 namespace {
 
 using metapod::orvek23;
-using metapod::internal::JcalcPosVisitor;
-using metapod::internal::JcalcVisitor;
 using metapod::Spatial::Force;
 using metapod::Spatial::Vector3;
 using test::TwoLinks;
@@ -39,7 +36,7 @@ class Runner {
 
   explicit Runner(const test::State& state) {
     const Coordinates q = state.q.cast<float>(), dq = state.dq.cast<float>();
-    metapod::depth_first_traversal<JcalcVisitor, Model>::run(model, q, dq);
+    metapod::jcalc<Model>::run(model, q, dq, sXp);
   }
   oracle::Vector torques(const test::State& state) {
     std::vector<Force> fext;
@@ -47,27 +44,28 @@ class Runner {
       const auto f = F.cast<float>().eval();
       fext.push_back({{f[0], f[1], f[2]}, {f[3], f[4], f[5]}});
     }
-    const Coordinates ddq = state.ddq.cast<float>();
+    const Coordinates dq = state.dq.cast<float>(), ddq = state.ddq.cast<float>();
     Coordinates result = Coordinates::Constant(kUnwritten);
-    metapod::rnea<Model, false>::run(model, ddq, fext.data(), result);
+    metapod::rnea<Model, false>::run(model, sXp, dq, ddq, fext.data(), result);
     return result.template cast<double>();
   }
   Eigen::MatrixXf mass_matrix() {
     Eigen::MatrixXf H = Eigen::MatrixXf::Constant(n, n, kUnwritten);
-    metapod::crba<Model, false>::run(model, H);
+    metapod::crba<Model, false>::run(model, H.data());
     return H;
   }
   Eigen::MatrixXf partial_mass_matrix(int excluded_id) {
     Eigen::Matrix<float, n, n> H = Eigen::Matrix<float, n, n>::Constant(kUnwritten);
-    metapod::partial_crba<Model>::run(model, H, excluded_id);
+    metapod::partial_crba<Model>::run(model, H.data(), excluded_id);
     return H;
   }
   void kinematics() {
     iX1[0] = {metapod::Spatial::RotationMatrix::identity(), {}};
     J.setConstant(kUnwritten);
-    metapod::fwd_kin_iX1<Model>::run(model, iX1.data(), J, mc_sum);
+    metapod::fwd_kin_iX1<Model>::run(model, sXp, iX1.data(), J.data(), mc_sum);
   }
   Model model;
+  metapod::internal::JointTransforms<Model> sXp;
   std::array<metapod::internal::BodyTransform, Model::nb_bodies> iX1;
   Eigen::MatrixXf J{6, n};
   Vector3 mc_sum{1, 2, 3};  // overwritten, not added to
@@ -256,7 +254,7 @@ TEST(JointCalculation, FollowsItsConventions) {
 
   const auto& head = run.model.node<1>();
   const Eigen::Matrix<float, 28, 1> moved = Eigen::Matrix<float, 28, 1>::Constant(0.5f);
-  metapod::depth_first_traversal<JcalcPosVisitor, orvek23>::run(run.model, moved);
+  metapod::jcalc<orvek23>::run(run.model, moved, run.sXp);
   EXPECT_EQ(head.sXp.E().s(), std::sin(0.5f));
   EXPECT_EQ(dense(head.joint.vj.w()), oracle::Vector3(0, 0, 7)) << "positions only";
   EXPECT_EQ(dense(root.joint.vj.v()), oracle::Vector3(1, 2, 3)) << "positions only";

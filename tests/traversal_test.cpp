@@ -1,12 +1,16 @@
-// The order of visits: every algorithm relies on it. The model's tables: what the walks are made
-// from.
+// The order of visits, one by one and side by side: every algorithm relies on it. The model's
+// tables: what the walks are made from.
 
 #include "algorithms/traversal.hpp"
 
+#include <algorithm>
+#include <array>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
+#include "algorithms/lane_groups.hpp"
 #include "model/orvek23.hpp"
 #include "tests/two_links.hpp"
 
@@ -17,7 +21,6 @@ metapod::LoadTimeTables<TwoLinks> TwoLinks::tables;
 namespace {
 
 using metapod::orvek23;
-using metapod::internal::backward_traversal;
 using metapod::internal::depth_first_traversal_internal;
 using test::TwoLinkModel;
 
@@ -25,13 +28,6 @@ template <class Model, int N>
 struct Recorder {
   static void discover(Model&, std::string& log) { log += std::to_string(N) + "( "; }
   static void finish(Model&, std::string& log) { log += ")" + std::to_string(N) + " "; }
-
-  template <class M, int ancestor, int child>
-  struct BwdtVisitor {
-    static void discover(M&, std::string& log) {
-      log += std::to_string(ancestor) + "<-" + std::to_string(child) + " ";
-    }
-  };
 };
 
 template <class Model, int start>
@@ -42,12 +38,12 @@ std::string walk() {
   return log;
 }
 
-template <class Model, int start>
-std::string walk_back() {
-  Model model;
-  std::string log;
-  backward_traversal<Recorder, Model, start>::run(model, log);
-  return log;
+template <class Model>
+bool is_about_z(std::size_t id) {
+  return [&]<std::size_t... k>(std::index_sequence<k...>) {
+    return std::array{metapod::internal::is_about_z<metapod::NodeOf<Model, k>>...}[id];
+  }
+  (std::make_index_sequence<Model::nb_bodies>{});
 }
 
 TEST(DepthFirstWalk, DiscoversParentsFirstAndFinishesChildrenFirst) {
@@ -59,10 +55,33 @@ TEST(DepthFirstWalk, DiscoversParentsFirstAndFinishesChildrenFirst) {
   EXPECT_EQ((walk<orvek23, 22>()), "22( )22 ");
 }
 
-TEST(BackwardWalk, VisitsTheAncestorsUpToTheRoot) {
-  EXPECT_EQ((walk_back<TwoLinkModel, 2>()), "1<-2 0<-1 ");
-  EXPECT_EQ((walk_back<orvek23, 22>()), "21<-22 20<-21 19<-20 0<-19 ");
-  EXPECT_EQ((walk_back<orvek23, 13>()), "0<-13 ");
+// A lane that is computed before its parent, twice, or by code of another kind would be wrong.
+template <class Model>
+void expect_usable_lanes() {
+  using metapod::internal::lane_schedule;
+  constexpr const auto& schedule = lane_schedule<Model>;
+  std::vector<std::size_t> seen;
+  for (std::size_t g = 0; g < schedule.size; ++g) {
+    const metapod::internal::LaneGroup& group = schedule.groups[g];
+    for (std::size_t lane = 0; lane < group.size; ++lane) {
+      const std::size_t id = group.ids[lane];
+      seen.push_back(id);
+      EXPECT_EQ(schedule.places[id].group, g);
+      EXPECT_EQ(schedule.places[id].lane, lane);
+      if (id == 0) continue;
+      const auto parent = static_cast<std::size_t>(Model::parents[id]);
+      EXPECT_LT(schedule.places[parent].group, g) << "node " << id;
+      EXPECT_EQ(is_about_z<Model>(id), is_about_z<Model>(group.ids[0])) << "node " << id;
+    }
+  }
+  std::sort(seen.begin(), seen.end());
+  for (std::size_t id = 0; id < Model::nb_bodies; ++id) EXPECT_EQ(seen.at(id), id);
+}
+
+TEST(LaneSchedule, KeepsParentsFirstAndKindsApart) {
+  expect_usable_lanes<TwoLinkModel>();
+  expect_usable_lanes<orvek23>();
+  EXPECT_EQ(metapod::internal::nb_groups<orvek23>, 8) << "of 23 nodes";
 }
 
 // Parts of one object are built in the order of their addresses, and destroyed in reverse.

@@ -1,0 +1,222 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <type_traits>
+#include <utility>
+
+#include "algorithms/lane_groups.hpp"
+#include "algorithms/traversal.hpp"
+#include "spatial/components.hpp"
+#include "spatial/inertia.hpp"
+#include "spatial/lanes.hpp"
+#include "spatial/rotation.hpp"
+#include "spatial/transform.hpp"
+
+/// Values of a group's nodes side by side: between the nodes and the lanes, and between the lanes
+/// of one group and another's.
+namespace metapod::internal {
+
+template <class T>
+using OnLanes = Spatial::Rebound<T, Spatial::Lanes>;
+
+/// One value a group, a lane a node; group 0 holds the root's in every lane. Nothing is set at
+/// first.
+template <class Model, class T>
+class PerGroup {
+ public:
+  using Value = OnLanes<T>;
+
+  ORVEK23_INLINE void set(std::size_t g, const Value& value) {
+    Spatial::Components<Value>::write(value, e_[g].data());
+  }
+  ORVEK23_INLINE Value operator[](std::size_t g) const {
+    return Spatial::from_components<Value>(e_[g]);
+  }
+  ORVEK23_INLINE Spatial::Lanes component(std::size_t g, std::size_t k) const { return e_[g][k]; }
+
+ private:
+  std::array<Spatial::ComponentArray<Value>, nb_groups<Model>> e_;
+};
+
+template <class Model, std::size_t g, std::size_t lane>
+using NodeId = std::integral_constant<int, group<Model, g>.ids[lane]>;
+
+/// f(id) of the group's nodes, in an array; the ids are compile-time constants.
+template <class Model, std::size_t g, class F>
+ORVEK23_INLINE constexpr auto for_nodes(F f) {
+  using Result = decltype(f(NodeId<Model, g, 0>{}));
+  return [&]<std::size_t... lane>(std::index_sequence<lane...>) ORVEK23_INLINE_LAMBDA {
+    return std::array<Result, sizeof...(lane)>{f(NodeId<Model, g, lane>{})...};
+  }
+  (std::make_index_sequence<group<Model, g>.size>{});
+}
+
+/// The floats that a spatial value consists of.
+template <class T>
+ORVEK23_INLINE const float* floats_of(const T& value) {
+  return reinterpret_cast<const float*>(&value);
+}
+template <class T>
+ORVEK23_INLINE float* floats_of(T& value) {
+  return reinterpret_cast<float*>(&value);
+}
+
+/// The values that of(id) refers to, of the group's nodes.
+template <class Model, std::size_t g, class Of>
+ORVEK23_INLINE auto load(Of of) {
+  using T = std::remove_cvref_t<decltype(of(NodeId<Model, g, 0>{}))>;
+  const auto records = for_nodes<Model, g>(
+      [&](auto id) ORVEK23_INLINE_LAMBDA { return floats_of(std::as_const(of(id))); });
+  return Spatial::from_components<OnLanes<T>>(
+      Spatial::load_lanes<Spatial::Components<T>::size>(records));
+}
+template <class Model, std::size_t g, class T, class Of>
+ORVEK23_INLINE void store(const T& value, Of of) {
+  const auto records =
+      for_nodes<Model, g>([&](auto id) ORVEK23_INLINE_LAMBDA { return floats_of(of(id)); });
+  Spatial::store_lanes<Spatial::Components<T>::size>(Spatial::components(value), records);
+}
+
+/// The inertias of the group's bodies.
+template <class Model, std::size_t g>
+ORVEK23_INLINE OnLanes<Spatial::Inertia> load_inertias() {
+  return load<Model, g>([](auto id) -> const auto& { return Model::inertias[id]; });
+}
+
+/// Entries of x, one a coordinate, that belong to the group's nodes; 0 in other lanes.
+template <class Model, std::size_t g, class Vector>
+ORVEK23_INLINE std::array<float, Spatial::nb_lanes> coordinates(const Vector& x) {
+  std::array<float, Spatial::nb_lanes> e{};
+  Spatial::unrolled<group<Model, g>.size>([&](auto lane) ORVEK23_INLINE_LAMBDA {
+    e[lane] = x[NodeOf<Model, group<Model, g>.ids[lane]>::first_dof];
+  });
+  return e;
+}
+
+/// The value in every lane.
+template <class T>
+ORVEK23_INLINE OnLanes<T> broadcast(const T& value) {
+  const auto e = Spatial::components(value);
+  Spatial::ComponentArray<OnLanes<T>> lanes;
+  Spatial::unrolled<e.size()>([&](auto k) ORVEK23_INLINE_LAMBDA {
+    lanes[k] = Spatial::Lanes{e[k], e[k], e[k], e[k]};
+  });
+  return Spatial::from_components<OnLanes<T>>(lanes);
+}
+
+/// Lane k of the result is lane places[k].lane of group places[k].group, or -0 if that is nowhere:
+/// adding -0 changes nothing.
+template <const Places& places, class Values>
+ORVEK23_INLINE auto gathered(const Values& values) {
+  using L = typename Values::Value;
+  constexpr Place a = places[0], b = places[1], c = places[2], d = places[3];
+  constexpr Place other = b.group != a.group ? b : c.group != a.group ? c : d;
+  constexpr bool two_groups = (b.group == a.group || b.group == other.group) &&
+                              (c.group == a.group || c.group == other.group) &&
+                              (d.group == a.group || d.group == other.group);
+  Spatial::ComponentArray<L> e;
+  Spatial::unrolled<e.size()>([&](auto k) ORVEK23_INLINE_LAMBDA {
+    const auto from = [&](const Place& p) ORVEK23_INLINE_LAMBDA {
+      return p.group == nowhere ? -Spatial::Lanes{} : values.component(p.group, k);
+    };
+    if constexpr (two_groups) {
+      constexpr int la = a.lane, lb = b.lane + (b.group == a.group ? 0 : 4),
+                    lc = c.lane + (c.group == a.group ? 0 : 4),
+                    ld = d.lane + (d.group == a.group ? 0 : 4);
+      e[k] = __builtin_shufflevector(from(a), from(other), la, lb, lc, ld);
+    } else {
+      constexpr int la = a.lane, lb = b.lane + 4, lc = c.lane, ld = d.lane + 4;
+      const Spatial::Lanes low = __builtin_shufflevector(from(a), from(b), la, lb, la, lb);
+      const Spatial::Lanes high = __builtin_shufflevector(from(c), from(d), lc, ld, lc, ld);
+      e[k] = __builtin_shufflevector(low, high, 0, 1, 4, 5);
+    }
+  });
+  return Spatial::from_components<L>(e);
+}
+
+/// What the parents of the group's nodes have in values.
+template <class Model, std::size_t g, class T>
+ORVEK23_INLINE OnLanes<T> of_parents(const PerGroup<Model, T>& values) {
+  return gathered<parent_places<Model, g>>(values);
+}
+
+/// value + what the children of the group's nodes have in values, children in ascending order.
+template <class Model, std::size_t g, class T, std::size_t n = 0>
+ORVEK23_INLINE OnLanes<T> plus_children(const OnLanes<T>& value, const PerGroup<Model, T>& values) {
+  if constexpr (is_anywhere(child_places<Model, g, n>)) {
+    return plus_children<Model, g, T, n + 1>(value + gathered<child_places<Model, g, n>>(values),
+                                             values);
+  } else {
+    return value;
+  }
+}
+
+/// The same for the root, which is one value and not lanes: summed four floats at a time.
+template <class Model, class T>
+ORVEK23_INLINE T plus_root_children(const T& value, const PerGroup<Model, T>& values) {
+  constexpr std::size_t n = Spatial::Components<T>::size, nb_rows = (n + 3) / 4;
+  std::array<std::array<Spatial::Lanes, nb_rows>, Model::nb_bodies> of_node;
+  Spatial::unrolled<nb_groups<Model> - 1>([&](auto k) ORVEK23_INLINE_LAMBDA {
+    std::array<Spatial::Lanes, 4 * nb_rows> padded;
+    Spatial::unrolled<4 * nb_rows>(
+        [&](auto i) ORVEK23_INLINE_LAMBDA { padded[i] = values.component(k + 1, i < n ? i : 0); });
+    Spatial::store_lanes<4 * nb_rows>(
+        padded, for_nodes<Model, k + 1>([&](auto id) { return floats_of(of_node[id]); }));
+  });
+  T sum;
+  Spatial::unrolled<nb_rows>([&](auto row) ORVEK23_INLINE_LAMBDA {
+    constexpr std::size_t begin = 4 * row, width = begin + 4 <= n ? 4 : n - begin;
+    Spatial::Lanes x = Spatial::load_first<width>(floats_of(value) + begin);
+    [&]<int... child>(std::integer_sequence<int, child...>) ORVEK23_INLINE_LAMBDA {
+      ((x = x + of_node[child][row]), ...);
+    }
+    (typename NodeOf<Model, 0>::children{});
+    Spatial::store_first<width>(floats_of(sum) + begin, x);
+  });
+  return sum;
+}
+
+/// sXp of every group's nodes but the root's, each in its kind. Joint calculation leaves it to the
+/// pass that follows; other passes load it from the nodes.
+template <class Model>
+class JointTransforms {
+ public:
+  template <std::size_t g>
+  using Value = OnLanes<decltype(NodeLike<Model, g>::sXp)>;
+
+  template <std::size_t g>
+  ORVEK23_INLINE void set(const Value<g>& value) {
+    Spatial::Components<Value<g>>::write(value, e_[g].data());
+  }
+  template <std::size_t g>
+  ORVEK23_INLINE Value<g> get() const {
+    return Spatial::Components<Value<g>>::value(e_[g].data());
+  }
+
+  /// sXp of one node, in every lane.
+  template <int id>
+  ORVEK23_INLINE auto of_node() const {
+    constexpr Place place = lane_schedule<Model>.places[id];
+    using T = Value<place.group>;
+    constexpr int lane = place.lane;
+    Spatial::ComponentArray<T> e;
+    Spatial::unrolled<e.size()>([&](auto k) ORVEK23_INLINE_LAMBDA {
+      const Spatial::Lanes& x = e_[place.group][k];
+      e[k] = __builtin_shufflevector(x, x, lane, lane, lane, lane);
+    });
+    return Spatial::from_components<T>(e);
+  }
+
+  ORVEK23_INLINE void load_from(const Model& model) {
+    Spatial::unrolled<nb_groups<Model> - 1>([&](auto n) ORVEK23_INLINE_LAMBDA {
+      set<n + 1>(load<Model, n + 1>([&](auto id) -> const auto& { return node<id>(model).sXp; }));
+    });
+  }
+
+ private:
+  using Largest = Spatial::TransformT<Spatial::RotationMatrixT<Spatial::Lanes>>;
+  std::array<Spatial::ComponentArray<Largest>, nb_groups<Model>> e_;
+};
+
+}  // namespace metapod::internal
