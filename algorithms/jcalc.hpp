@@ -134,7 +134,7 @@ struct jcalc {
  private:
   template <class Q>
   ORVEK23_INLINE static Spatial::Doubles root_angles(const Q& q) {
-    return Spatial::Doubles{q[3], q[4], q[5], 0};
+    return Spatial::Doubles{q[3], q[4], q[5], q[5]};
   }
 
   template <class Q>

@@ -136,9 +136,8 @@ template <template <class, std::size_t> class Visitor, class Model>
 struct outward_traversal {
   template <class... Args>
   ORVEK23_INLINE static void run(Model& model, Args&... args) {
-    Spatial::unrolled<nb_groups<Model> - 1>([&](auto g) ORVEK23_INLINE_LAMBDA {
-      Visitor<Model, g + 1>::discover(model, args...);
-    });
+    Spatial::unrolled<nb_groups<Model> - 1>(
+        [&](auto g) ORVEK23_INLINE_LAMBDA { Visitor<Model, g + 1>::discover(model, args...); });
   }
 };
 

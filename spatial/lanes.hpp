@@ -97,7 +97,7 @@ namespace internal {
 template <std::size_t n, class Records>
 ORVEK23_INLINE std::array<Lanes, n> load_columns(const Records& records, std::size_t begin) {
   const auto at = [&](std::size_t k)
-                      ORVEK23_INLINE_LAMBDA { return records[k < records.size() ? k : 0] + begin; };
+                      ORVEK23_INLINE_LAMBDA { return records[k % records.size()] + begin; };
   if constexpr (n == 4) {
     return transposed(load_four(at(0)), load_four(at(1)), load_four(at(2)), load_four(at(3)));
   } else if constexpr (n == 2) {
