@@ -3,8 +3,10 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <string>
 #include <system_error>
 
 namespace replay {
@@ -103,8 +105,11 @@ double CsvReader::number(std::string_view field, std::size_t column) const {
   if (fault == std::errc::invalid_argument || stop != end) {
     throw error(column, quoted(field) + " is not a number");
   }
+  // Out of range either way; what is merely too small is the nearest number, often 0.
+  if (fault == std::errc::result_out_of_range)
+    value = std::strtod(std::string(digits).c_str(), nullptr);
   // The negated comparison also refuses what is not a number at all.
-  if (fault != std::errc() || !(std::abs(value) <= std::numeric_limits<float>::max())) {
+  if (!(std::abs(value) <= std::numeric_limits<float>::max())) {
     throw error(column, quoted(field) + " is not a finite number in single precision");
   }
   return value;
