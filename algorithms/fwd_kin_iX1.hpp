@@ -18,7 +18,8 @@
 ///   J_i    = 1Xi S_i            S_i is a unit turn about the body's z axis
 ///   mc_sum = mc_sum + m_i c_i   c_i the centre of mass, in frame 1
 ///
-/// Reads sXp, which joint calculation leaves, and Model::inertias; writes no node.
+/// Reads Model::inertias; reads and writes no node.
+///   sXp     on lanes, as joint calculation leaves it
 ///   iX1     one transform a body. Entry 0 is the identity on entry and is not written.
 ///   J       6 rows, angular first, frame 1; only the columns of the joints are written.
 ///   mc_sum  kg m, frame 1; overwritten.
@@ -52,7 +53,7 @@ struct FwdKiniX1Visitor {
     const auto& E = X.E();
     const auto u = E * X.r();
     const auto axis = E.row(2);
-    const auto linear = u.y() * E.row(0) - u.x() * E.row(1);
+    const auto linear = E.transposed_times({u.y(), -u.x(), Spatial::Lanes{}});
     Spatial::store_lanes<6>(
         std::array{axis.x(), axis.y(), axis.z(), linear.x(), linear.y(), linear.z()},
         for_nodes<Model, g>([&](auto id) { return J + 6 * NodeOf<Model, id>::first_dof; }));

@@ -29,8 +29,7 @@ ORVEK23_INLINE Doubles magnitude(const Doubles& x) {
 }
 
 /// For angles up to 1e5 rad. The angle is reduced by a multiple of pi/2 in two parts (Cody and
-/// Waite 1980, chapter 8), exact enough there; the polynomials interpolate at the Chebyshev nodes
-/// of
+/// Waite 1980, chapter 8), exact enough there; the polynomials interpolate at Chebyshev nodes of
 /// [-pi/4, pi/4], to within 2e-17.
 ORVEK23_INLINE SinCos reduced_sin_cos(const Doubles& angle) {
   // Adding 1.5 * 2^52 rounds to an integer and leaves it in the low bits.
@@ -53,7 +52,9 @@ ORVEK23_INLINE SinCos reduced_sin_cos(const Doubles& angle) {
            u * (2.4801587298764561e-05 +
                 u * (-2.7557317271145144e-07 +
                      u * (2.087614614655861e-09 + u * -1.1382623647474604e-11))));
-  const Longs sin_r = std::bit_cast<Longs>(r + (r * u) * sin_tail);
+  // The sine has the sign of r; -0 alone would lose it in the sum.
+  const Longs sign = std::bit_cast<Longs>(r) & std::bit_cast<Longs>(-Doubles{});
+  const Longs sin_r = std::bit_cast<Longs>(r + (r * u) * sin_tail) | sign;
   const Longs cos_r = std::bit_cast<Longs>((1.0 - 0.5 * u) + (u * u) * cos_tail);
 
   // An odd quadrant swaps the two; quadrants 2 and 3 negate the sine, 1 and 2 the cosine.

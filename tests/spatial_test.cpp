@@ -2,13 +2,16 @@
 
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
+#include <vector>
 
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
 #include "spatial/motion_subspace.hpp"
+#include "spatial/sincos.hpp"
 #include "spatial/transform.hpp"
 #include "tests/robot.hpp"
 
@@ -187,6 +190,32 @@ TEST_F(SpatialTest, SubspacesAreReadWhereTheyShould) {
   EXPECT_EQ(axis.transposed_times(F), F.n().z());
   EXPECT_EQ(dense(I * axis), dense(I).col(2));
   EXPECT_TRUE(std::isnan(axis.transposed_times(Force({0, 0, 1}, {kInf, 0, 0}))));
+}
+
+// Every angle has the float of the C library's double: quadrants, reduction, the angles beyond its
+// range, and -0 with its sign.
+TEST(SinCos, AreTheCLibrarysInFloat) {
+  std::mt19937 random(test::kSeed);
+  std::uniform_real_distribution<float> near(-8, 8), far(-1.1e5f, 1.1e5f);
+  std::vector<float> angles{0.f,   -0.f,  1e5f,         std::nextafter(1e5f, 2e5f),
+                            1e30f, -kInf, std::nanf("")};
+  for (int n = -70000; n <= 70000; n += 7) angles.push_back(static_cast<float>(n * M_PI_2));
+  for (int k = 0; k < 200000; ++k) angles.push_back(k % 2 == 0 ? near(random) : far(random));
+  angles.resize(angles.size() / 4 * 4);
+  for (std::size_t k = 0; k < angles.size() && !HasFailure(); k += 4) {
+    const Doubles four{angles[k], angles[k + 1], angles[k + 2], angles[k + 3]};
+    const SinCos got = sin_cos(std::array{four})[0];
+    for (std::size_t lane = 0; lane < 4; ++lane) {
+      const float want[] = {static_cast<float>(std::sin(four[lane])),
+                            static_cast<float>(std::cos(four[lane]))};
+      const float have[] = {got.s[lane], got.c[lane]};
+      if (std::isnan(want[0])) {
+        EXPECT_TRUE(std::isnan(have[0]) && std::isnan(have[1])) << four[lane];
+      } else {
+        EXPECT_EQ(std::memcmp(have, want, sizeof(want)), 0) << four[lane];
+      }
+    }
+  }
 }
 
 }  // namespace
