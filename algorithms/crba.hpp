@@ -29,11 +29,14 @@ namespace metapod {
 ///              H_ij = Fᵀ S_j,  H_ji = H_ijᵀ
 ///
 /// Reads sXp of all nodes but the root, S and Model::inertias; writes Iic and joint_F (on return a
-/// joint's F stands in root coordinates).
-///   H   nb_dofs x nb_dofs, column-major, not cleared: pairs of coordinates on different branches
-///       keep what the caller put there
+/// joint's F stands in root coordinates). For models whose bodies, the root apart, have one child
+/// at most: their chains are what stands side by side.
+///   H   exactly nb_dofs rows and columns, column-major, not cleared: pairs of coordinates on
+///       different branches keep what the caller put there
 template <class Model>
 struct partial_crba {
+  static constexpr int nobody = -1;
+
   ORVEK23_INLINE static void run(Model& model, float* H, const int& excluded_id) {
     internal::JointTransforms<Model> sXp;
     sXp.load_from(model);
@@ -129,7 +132,9 @@ struct crba;
 
 template <class Model>
 struct crba<Model, false> {
-  ORVEK23_INLINE static void run(Model& model, float* H) { partial_crba<Model>::run(model, H, -1); }
+  ORVEK23_INLINE static void run(Model& model, float* H) {
+    partial_crba<Model>::run(model, H, partial_crba<Model>::nobody);
+  }
 };
 
 }  // namespace metapod

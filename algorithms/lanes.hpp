@@ -27,6 +27,8 @@ class PerGroup {
  public:
   using Value = OnLanes<T>;
 
+  PerGroup() {}  // not = default, which {} would turn into zeros
+
   ORVEK23_INLINE void set(std::size_t g, const Value& value) {
     Spatial::Components<Value>::write(value, e_[g].data());
   }

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <cstddef>
+#include <utility>
 
 #include "algorithms/first_moment.hpp"
 #include "algorithms/lanes.hpp"

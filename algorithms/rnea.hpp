@@ -28,7 +28,8 @@ struct rnea;
 ///                               tau_i = S_iᵀ f_i
 /// The root's parent is the world: at rest, and accelerated upwards in place of gravity.
 ///
-/// Reads sXp, vj, S (JcalcVisitor runs first; cj is zero) and Model::inertias; writes vi, ai and f.
+/// Reads S, the root's vj and cj (the joints' cj is zero) and Model::inertias; writes vi, ai and f.
+///   sXp      from jcalc<Model>::run(model, q, dq, sXp), with the same dq
 ///   dq, ddq  one entry a coordinate: rad/s and rad/s², the root's m/s and m/s² first
 ///   fext     one force a body, in its frame
 ///   torques  every entry written: N m; the root's wrench, force first, in its frame

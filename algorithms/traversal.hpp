@@ -5,7 +5,7 @@
 #include "model/tree.hpp"
 #include "spatial/lanes.hpp"
 
-/// Walks over the tree of a Model, resolved at compile time: every visitor is instantiated for
+/// Walks over the tree of a Model, resolved at compile time: a visitor is instantiated for
 /// every node, so each node's code is compiled against that node's exact types. Arguments are
 /// threaded by reference, as the caller passed them.
 namespace metapod {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "algorithms/crba.hpp"
 #include "host/adapter_kinematics.hpp"
 #include "host/instruction_sets.hpp"
 #include "host/metapod_rigid_body_system.hpp"
@@ -11,8 +12,8 @@ namespace tavo {
 
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeGeneralizedMass() {
-  constexpr int nobody = -1;
-  Compiled<Passes<Model>::joint_space_inertia>::call(model_, generalizedMass_.data(), nobody);
+  Compiled<Passes<Model>::joint_space_inertia>::call(model_, generalizedMass_.data(),
+                                                     metapod::partial_crba<Model>::nobody);
 }
 
 template <class Model>

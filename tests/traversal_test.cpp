@@ -34,7 +34,11 @@ template <class Model, int start>
 std::string walk() {
   Model model;
   std::string log;
-  depth_first_traversal_internal<Recorder, Model, start>::run(model, log);
+  if constexpr (start == 0) {
+    metapod::depth_first_traversal<Recorder, Model>::run(model, log);
+  } else {
+    depth_first_traversal_internal<Recorder, Model, start>::run(model, log);
+  }
   return log;
 }
 
