@@ -5,9 +5,9 @@
 #include "model/tree.hpp"
 #include "spatial/lanes.hpp"
 
-/// Walks over the tree of a Model, resolved at compile time: a visitor is instantiated for
-/// every node, so each node's code is compiled against that node's exact types. Arguments are
-/// threaded by reference, as the caller passed them.
+/// Walks over the tree of a Model, node by node, resolved at compile time: a visitor is
+/// instantiated for every node, against that node's exact types. Arguments are threaded by
+/// reference, as the caller passed them. Walks over groups of nodes side by side: lane_groups.hpp.
 namespace metapod {
 
 /// The node with a given id.

@@ -30,9 +30,9 @@ function(orvek23_add_plugin name isa)
 endfunction()
 
 # How the passes are compiled: long straight-line functions on four-lane registers, whose cost is the
-# number of instructions. Measured with g++ 12 in instructions per inverse dynamics (AVX2):
-#   -O3 5676, without its own vectoriser 5665, operands not reordered by -ftree-ter 5529, live ranges
-#   shortened before registers are given out 5380.
+# number of instructions. Counted by callgrind with g++ 12, per inverse dynamics on the AVX2 path:
+# -O3 5550, without its vectoriser 5540, without -ftree-ter's reordering 5455, with live ranges
+# shortened before registers are given out 5355.
 # clang 14 leaves calls in so long a function at its own threshold.
 function(orvek23_tune_passes target)
   target_compile_options(${target} PRIVATE
