@@ -13,6 +13,8 @@
 #include "spatial/force.hpp"
 #include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
+#include "spatial/paths.hpp"
+#include "spatial/records.hpp"
 
 namespace metapod {
 
@@ -37,6 +39,7 @@ template <class Model>
 struct partial_crba {
   static constexpr int nobody = -1;
 
+  template <class Path = Spatial::Baseline>
   ORVEK23_INLINE static void run(Model& model, float* H, const int& excluded_id) {
     internal::JointTransforms<Model> sXp;
     sXp.load_from(model);
@@ -118,9 +121,9 @@ struct partial_crba {
     });
     const auto column = [&](std::size_t j) ORVEK23_INLINE_LAMBDA { return H + j * Model::nb_dofs; };
     if constexpr (c == d) {
-      Spatial::store_lanes<6>(rows, std::array{column(a), column(b)});
+      Spatial::store_lanes(rows, std::array{column(a), column(b)});
     } else {
-      Spatial::store_lanes<6>(rows, std::array{column(a), column(b), column(c), column(d)});
+      Spatial::store_lanes(rows, std::array{column(a), column(b), column(c), column(d)});
     }
   }
 };
@@ -132,6 +135,7 @@ struct crba;
 
 template <class Model>
 struct crba<Model, false> {
+  template <class Path = Spatial::Baseline>
   ORVEK23_INLINE static void run(Model& model, float* H) {
     partial_crba<Model>::run(model, H, partial_crba<Model>::nobody);
   }

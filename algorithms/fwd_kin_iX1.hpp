@@ -8,6 +8,8 @@
 #include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
 #include "spatial/lanes.hpp"
+#include "spatial/paths.hpp"
+#include "spatial/records.hpp"
 #include "spatial/vector.hpp"
 
 /// Kinematics relative to the root body (frame 1): poses, Jacobian, first moment of mass.
@@ -54,7 +56,7 @@ struct FwdKiniX1Visitor {
     const auto u = E * X.r();
     const auto axis = E.row(2);
     const auto linear = E.transposed_times({u.y(), -u.x(), Spatial::Lanes{}});
-    Spatial::store_lanes<6>(
+    Spatial::store_lanes(
         std::array{axis.x(), axis.y(), axis.z(), linear.x(), linear.y(), linear.z()},
         for_nodes<Model, g>([&](auto id) { return J + 6 * NodeOf<Model, id>::first_dof; }));
   }
@@ -64,6 +66,7 @@ struct FwdKiniX1Visitor {
 
 template <class Model>
 struct fwd_kin_iX1 {
+  template <class Path = Spatial::Baseline>
   ORVEK23_INLINE static void run(Model& model, const internal::JointTransforms<Model>& sXp,
                                  internal::BodyTransform* iX1, float* J, Spatial::Vector3& mc_sum) {
     internal::FwdKiniX1State<Model> state{sXp, {}, {}};

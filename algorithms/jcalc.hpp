@@ -133,17 +133,17 @@ struct jcalc {
 
  private:
   template <class Q>
-  ORVEK23_INLINE static Spatial::Doubles root_angles(const Q& q) {
-    return Spatial::Doubles{q[3], q[4], q[5], q[5]};
+  ORVEK23_INLINE static Spatial::Lanes root_angles(const Q& q) {
+    return Spatial::Lanes{q[3], q[4], q[5], q[5]};
   }
 
   template <class Q>
   ORVEK23_INLINE static internal::JointAngles<Model> joint_angles(const Q& q) {
-    std::array<Spatial::Doubles, internal::nb_groups<Model>> angles;
+    std::array<Spatial::Lanes, internal::nb_groups<Model>> angles;
     angles[0] = root_angles(q);
     Spatial::unrolled<angles.size() - 1>([&](auto n) ORVEK23_INLINE_LAMBDA {
       const auto e = internal::coordinates<Model, n + 1>(q);
-      angles[n + 1] = Spatial::Doubles{e[0], e[1], e[2], e[3]};
+      angles[n + 1] = Spatial::Lanes{e[0], e[1], e[2], e[3]};
     });
     return Spatial::sin_cos(angles);
   }

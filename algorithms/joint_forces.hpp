@@ -13,6 +13,7 @@
 #include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
 #include "spatial/motion_subspace.hpp"
+#include "spatial/records.hpp"
 
 namespace metapod::internal {
 
@@ -66,9 +67,9 @@ class JointForces {
         H_j[a] = last_lanes<n>(dot(S_j[a], get()));
         Spatial::store_first<n>(H + a * nb_dofs + k<low>, H_j[a]);
       });
-      Spatial::store_lanes<6>(H_j, columns(H + k<low> * nb_dofs, std::make_index_sequence<n>{}));
+      Spatial::store_lanes(H_j, columns(H + k<low> * nb_dofs, std::make_index_sequence<n>{}));
       Spatial::unrolled<6>([&](auto a) ORVEK23_INLINE_LAMBDA { F_[a] = last_lanes<n>(F_[a]); });
-      Spatial::store_lanes<6>(F_, joint_F<low>(model, std::make_integer_sequence<int, n>{}));
+      Spatial::store_lanes(F_, joint_F<low>(model, std::make_integer_sequence<int, n>{}));
     } else {
       const Spatial::Lanes H_j = last_lanes<n>(S_j.transposed_times(get()));
       constexpr std::size_t k_j = NodeOf<Model, j>::first_dof;

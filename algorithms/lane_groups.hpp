@@ -100,6 +100,14 @@ constexpr bool is_anywhere(const Places& places) {
   return false;
 }
 
+/// A whole group, lane by lane.
+constexpr bool is_group(const Places& places) {
+  for (std::size_t lane = 0; lane < Spatial::nb_lanes; ++lane) {
+    if (places[lane].group != places[0].group || places[lane].lane != lane) return false;
+  }
+  return true;
+}
+
 /// Where the parents of a group's nodes stand; unused lanes follow the first.
 template <class Model, std::size_t g>
 inline constexpr Places parent_places = [] {

@@ -10,22 +10,24 @@
 #include "spatial/components.hpp"
 #include "spatial/inertia.hpp"
 #include "spatial/lanes.hpp"
+#include "spatial/records.hpp"
 #include "spatial/rotation.hpp"
 #include "spatial/transform.hpp"
+#include "spatial/wide_lanes.hpp"
 
 /// Values of a group's nodes side by side: between the nodes and the lanes, and between the lanes
 /// of one group and another's.
 namespace metapod::internal {
 
-template <class T>
-using OnLanes = Spatial::Rebound<T, Spatial::Lanes>;
+template <class T, class S = Spatial::Lanes>
+using OnLanes = Spatial::Rebound<T, S>;
 
 /// One value a group, a lane a node; group 0 holds the root's in every lane. Nothing is set at
-/// first.
-template <class Model, class T>
+/// first. S may be wide: then each half has a lane a node.
+template <class Model, class T, class S = Spatial::Lanes>
 class PerGroup {
  public:
-  using Value = OnLanes<T>;
+  using Value = OnLanes<T, S>;
 
   PerGroup() {}  // not = default, which {} would turn into zeros
 
@@ -35,7 +37,10 @@ class PerGroup {
   ORVEK23_INLINE Value operator[](std::size_t g) const {
     return Spatial::from_components<Value>(e_[g]);
   }
-  ORVEK23_INLINE Spatial::Lanes component(std::size_t g, std::size_t k) const { return e_[g][k]; }
+  ORVEK23_INLINE S component(std::size_t g, std::size_t k) const { return e_[g][k]; }
+  /// In memory, for functions that groups share.
+  ORVEK23_INLINE Spatial::ComponentArray<Value>& at(std::size_t g) { return e_[g]; }
+  ORVEK23_INLINE const Spatial::ComponentArray<Value>& at(std::size_t g) const { return e_[g]; }
 
  private:
   std::array<Spatial::ComponentArray<Value>, nb_groups<Model>> e_;
@@ -77,13 +82,38 @@ template <class Model, std::size_t g, class T, class Of>
 ORVEK23_INLINE void store(const T& value, Of of) {
   const auto records =
       for_nodes<Model, g>([&](auto id) ORVEK23_INLINE_LAMBDA { return floats_of(of(id)); });
-  Spatial::store_lanes<Spatial::Components<T>::size>(Spatial::components(value), records);
+  Spatial::store_lanes(Spatial::components(value), records);
 }
 
-/// The inertias of the group's bodies.
-template <class Model, std::size_t g>
-ORVEK23_INLINE OnLanes<Spatial::Inertia> load_inertias() {
-  return load<Model, g>([](auto id) -> const auto& { return Model::inertias[id]; });
+/// Values on lanes as the halves of one on wide lanes.
+template <class Wide, class L>
+ORVEK23_INLINE Spatial::Rebound<L, Wide> joined(const L& low, const L& high) {
+  const auto a = Spatial::components(low), b = Spatial::components(high);
+  Spatial::ComponentArray<Spatial::Rebound<L, Wide>> e;
+  Spatial::unrolled<e.size()>(
+      [&](auto k) ORVEK23_INLINE_LAMBDA { e[k] = Spatial::joined<Wide>(a[k], b[k]); });
+  return Spatial::from_components<Spatial::Rebound<L, Wide>>(e);
+}
+template <class Wide, class L>
+ORVEK23_INLINE Spatial::Rebound<L, Wide> both_halves(const L& value) {
+  return joined<Wide>(value, value);
+}
+template <std::size_t n, class W>
+ORVEK23_INLINE OnLanes<W> half_of(const W& value) {
+  const auto wide = Spatial::components(value);
+  Spatial::ComponentArray<OnLanes<W>> e;
+  Spatial::unrolled<e.size()>([&](auto k)
+                                  ORVEK23_INLINE_LAMBDA { e[k] = Spatial::half<n>(wide[k]); });
+  return Spatial::from_components<OnLanes<W>>(e);
+}
+
+/// The inertias of the group's bodies, in both halves.
+template <class Model, std::size_t g, class Wide>
+ORVEK23_INLINE OnLanes<Spatial::Inertia, Wide> load_inertias() {
+  const auto records =
+      for_nodes<Model, g>([](auto id) { return floats_of(std::as_const(Model::inertias[id])); });
+  return Spatial::from_components<OnLanes<Spatial::Inertia, Wide>>(
+      Spatial::load_lanes<10, Wide>(Spatial::twice(records)));
 }
 
 /// Entries of x, one a coordinate, that belong to the group's nodes; 0 in other lanes.
@@ -97,14 +127,13 @@ ORVEK23_INLINE std::array<float, Spatial::nb_lanes> coordinates(const Vector& x)
 }
 
 /// The value in every lane.
-template <class T>
-ORVEK23_INLINE OnLanes<T> broadcast(const T& value) {
+template <class S = Spatial::Lanes, class T>
+ORVEK23_INLINE OnLanes<T, S> broadcast(const T& value) {
   const auto e = Spatial::components(value);
-  Spatial::ComponentArray<OnLanes<T>> lanes;
-  Spatial::unrolled<e.size()>([&](auto k) ORVEK23_INLINE_LAMBDA {
-    lanes[k] = Spatial::Lanes{e[k], e[k], e[k], e[k]};
-  });
-  return Spatial::from_components<OnLanes<T>>(lanes);
+  Spatial::ComponentArray<OnLanes<T, S>> lanes;
+  Spatial::unrolled<e.size()>(
+      [&](auto k) ORVEK23_INLINE_LAMBDA { lanes[k] = Spatial::all_lanes<S>(e[k]); });
+  return Spatial::from_components<OnLanes<T, S>>(lanes);
 }
 
 /// Lane k of the result is lane places[k].lane of group places[k].group, or -0 if that is nowhere:
@@ -112,6 +141,7 @@ ORVEK23_INLINE OnLanes<T> broadcast(const T& value) {
 template <const Places& places, class Values>
 ORVEK23_INLINE auto gathered(const Values& values) {
   using L = typename Values::Value;
+  using S = typename Spatial::Components<L>::Scalar;
   constexpr Place a = places[0], b = places[1], c = places[2], d = places[3];
   constexpr Place other = b.group != a.group ? b : c.group != a.group ? c : d;
   constexpr bool two_groups = (b.group == a.group || b.group == other.group) &&
@@ -120,27 +150,39 @@ ORVEK23_INLINE auto gathered(const Values& values) {
   Spatial::ComponentArray<L> e;
   Spatial::unrolled<e.size()>([&](auto k) ORVEK23_INLINE_LAMBDA {
     const auto from = [&](const Place& p) ORVEK23_INLINE_LAMBDA {
-      return p.group == nowhere ? -Spatial::Lanes{} : values.component(p.group, k);
+      return p.group == nowhere ? -S{} : values.component(p.group, k);
     };
     if constexpr (two_groups) {
       constexpr int la = a.lane, lb = b.lane + (b.group == a.group ? 0 : 4),
                     lc = c.lane + (c.group == a.group ? 0 : 4),
                     ld = d.lane + (d.group == a.group ? 0 : 4);
-      e[k] = __builtin_shufflevector(from(a), from(other), la, lb, lc, ld);
+      e[k] = Spatial::shuffled<la, lb, lc, ld>(from(a), from(other));
     } else {
       constexpr int la = a.lane, lb = b.lane + 4, lc = c.lane, ld = d.lane + 4;
-      const Spatial::Lanes low = __builtin_shufflevector(from(a), from(b), la, lb, la, lb);
-      const Spatial::Lanes high = __builtin_shufflevector(from(c), from(d), lc, ld, lc, ld);
-      e[k] = __builtin_shufflevector(low, high, 0, 1, 4, 5);
+      const auto low = Spatial::shuffled<la, lb, la, lb>(from(a), from(b));
+      const auto high = Spatial::shuffled<lc, ld, lc, ld>(from(c), from(d));
+      e[k] = Spatial::shuffled<0, 1, 4, 5>(low, high);
     }
   });
   return Spatial::from_components<L>(e);
 }
 
 /// What the parents of the group's nodes have in values.
-template <class Model, std::size_t g, class T>
-ORVEK23_INLINE OnLanes<T> of_parents(const PerGroup<Model, T>& values) {
+template <class Model, std::size_t g, class T, class S>
+ORVEK23_INLINE OnLanes<T, S> of_parents(const PerGroup<Model, T, S>& values) {
   return gathered<parent_places<Model, g>>(values);
+}
+
+/// The same in memory: where it stands if that is the parents' group as it is, else in scratch.
+template <class Model, std::size_t g, class T, class S, class Scratch>
+ORVEK23_INLINE const Scratch& of_parents(const PerGroup<Model, T, S>& values, Scratch& scratch) {
+  constexpr Places places = parent_places<Model, g>;
+  if constexpr (is_group(places)) {
+    return values.at(places[0].group);
+  } else {
+    scratch = Spatial::components(of_parents<Model, g>(values));
+    return scratch;
+  }
 }
 
 /// value + what the children of the group's nodes have in values, children in ascending order.
@@ -163,8 +205,8 @@ ORVEK23_INLINE T plus_root_children(const T& value, const PerGroup<Model, T>& va
     std::array<Spatial::Lanes, 4 * nb_rows> padded;
     Spatial::unrolled<4 * nb_rows>(
         [&](auto i) ORVEK23_INLINE_LAMBDA { padded[i] = values.component(k + 1, i < n ? i : 0); });
-    Spatial::store_lanes<4 * nb_rows>(
-        padded, for_nodes<Model, k + 1>([&](auto id) { return floats_of(of_node[id]); }));
+    Spatial::store_lanes(padded,
+                         for_nodes<Model, k + 1>([&](auto id) { return floats_of(of_node[id]); }));
   });
   T sum;
   Spatial::unrolled<nb_rows>([&](auto row) ORVEK23_INLINE_LAMBDA {
@@ -195,6 +237,7 @@ class JointTransforms {
   ORVEK23_INLINE Value<g> get() const {
     return Spatial::Components<Value<g>>::value(e_[g].data());
   }
+  ORVEK23_INLINE const Spatial::Lanes* at(std::size_t g) const { return e_[g].data(); }
 
   /// sXp of one node, in every lane.
   template <int id>

@@ -8,6 +8,7 @@
 #include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"
 #include "spatial/lanes.hpp"
+#include "spatial/records.hpp"
 #include "spatial/transform.hpp"
 #include "spatial/vector.hpp"
 
@@ -22,16 +23,18 @@ struct Moments {
   std::array<Spatial::Lanes, Model::nb_bodies> of_body;
 
   /// The bodies of ids[0], ids[1], ... whose transforms stand in the lanes of iX1.
-  template <std::size_t n>
-  ORVEK23_INLINE void set(const std::array<int, n>& ids, const OnLanes<BodyTransform>& iX1) {
+  template <std::size_t n, class S>
+  ORVEK23_INLINE void set(const std::array<int, n>& ids,
+                          const Spatial::TransformT<Spatial::RotationMatrixT<S>>& iX1) {
     std::array<const float*, n> inertias;
     Spatial::unrolled<n>([&](auto k) ORVEK23_INLINE_LAMBDA {
       inertias[k] = floats_of(std::as_const(Model::inertias[ids[k]]));
     });
-    const auto [m, hx, hy, hz] = Spatial::load_lanes<4>(inertias);
-    const auto p = first_moment(iX1, m, Spatial::Vector3T<Spatial::Lanes>(hx, hy, hz));
+    const auto [m, hx, hy, hz] = Spatial::load_lanes<4, S>(inertias);
+    const auto p = first_moment(iX1, m, Spatial::Vector3T<S>(hx, hy, hz));
     const auto rows = Spatial::transposed(p.x(), p.y(), p.z(), p.z());
-    Spatial::unrolled<n>([&](auto k) ORVEK23_INLINE_LAMBDA { of_body[ids[k]] = rows[k]; });
+    Spatial::unrolled<n>(
+        [&](auto k) ORVEK23_INLINE_LAMBDA { of_body[ids[k]] = Spatial::half<k / 4>(rows[k % 4]); });
   }
 };
 

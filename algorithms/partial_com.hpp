@@ -8,6 +8,8 @@
 #include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
 #include "spatial/lanes.hpp"
+#include "spatial/paths.hpp"
+#include "spatial/records.hpp"
 #include "spatial/vector.hpp"
 
 namespace metapod {
@@ -34,13 +36,14 @@ struct PartialComVisitor {
 /// a body, from fwd_kin_iX1) and Model::inertias.
 template <class Model>
 struct partial_com {
+  template <class Path = Spatial::Baseline>
   ORVEK23_INLINE static void run(Model& model, const internal::BodyTransform* iX1,
                                  const int& excluded_id, Spatial::Vector3& mc_sum) {
     internal::Moments<Model> moments;
     constexpr std::size_t last = Model::nb_bodies - 1;
-    Spatial::unrolled<(last + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
-      constexpr std::size_t first = 4 * block + 1, n = first + 3 <= last ? 4 : last + 1 - first;
-      set<first>(moments, iX1, std::make_index_sequence<n>{});
+    Spatial::unrolled<(last + 7) / 8>([&](auto block) ORVEK23_INLINE_LAMBDA {
+      constexpr std::size_t first = 8 * block + 1, n = first + 7 <= last ? 8 : last + 1 - first;
+      set<first, typename Path::Wide>(moments, iX1, std::make_index_sequence<n>{});
     });
     Spatial::Lanes sum = internal::root_moment<Model>();
     [&]<int... child>(std::integer_sequence<int, child...>) ORVEK23_INLINE_LAMBDA {
@@ -53,12 +56,12 @@ struct partial_com {
   }
 
  private:
-  template <std::size_t first, std::size_t... n>
+  template <std::size_t first, class Wide, std::size_t... n>
   ORVEK23_INLINE static void set(internal::Moments<Model>& moments,
                                  const internal::BodyTransform* iX1, std::index_sequence<n...>) {
-    using Value = internal::OnLanes<internal::BodyTransform>;
-    const auto X = Spatial::from_components<Value>(
-        Spatial::load_lanes<12>(std::array{internal::floats_of(std::as_const(iX1[first + n]))...}));
+    using Value = internal::OnLanes<internal::BodyTransform, Wide>;
+    const auto X = Spatial::from_components<Value>(Spatial::load_lanes<12, Wide>(
+        std::array{internal::floats_of(std::as_const(iX1[first + n]))...}));
     moments.set(std::array{static_cast<int>(first + n)...}, X);
   }
 };

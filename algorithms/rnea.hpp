@@ -12,6 +12,7 @@
 #include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
 #include "spatial/motion_subspace.hpp"
+#include "spatial/paths.hpp"
 
 namespace metapod {
 
@@ -38,10 +39,17 @@ struct rnea<Model, false> {
   using Motion = Spatial::Motion;
   using Force = Spatial::Force;
   using Lanes = Spatial::Lanes;
+  using LaneSubspace = internal::OnLanes<Spatial::ConstraintMotionAxisZ>;
 
+  /// Velocity and acceleration take the same transform and the same inertia: side by side, v in the
+  /// low half of wide lanes and a in the high one.
+  template <class Path>
   struct State {
+    using VandA = internal::OnLanes<Motion, typename Path::Wide>;
+    using VandAArray = Spatial::ComponentArray<VandA>;
+
     const internal::JointTransforms<Model>& sXp;
-    internal::PerGroup<Model, Motion> v, a;
+    internal::PerGroup<Model, Motion, typename Path::Wide> va;
     internal::PerGroup<Model, Spatial::ConstraintMotionAxisZ> S;
     internal::PerGroup<Model, Force> f, f_in_parent;
   };
@@ -52,38 +60,62 @@ struct rnea<Model, false> {
     return Lanes{e[0], e[1], e[2], e[3]};
   }
 
-  /// Force of a body's own motion, less the external force.
-  template <class M, class I, class F>
-  ORVEK23_INLINE static F own_force(const M& v, const M& a, const I& inertia, const F& fext) {
-    return cross(v, inertia * v) + inertia * a - fext;
+  /// What a group's nodes contribute.
+  template <class Path>
+  struct Own {
+    Lanes dq, ddq;
+    Spatial::ComponentArray<internal::OnLanes<Spatial::Inertia, typename Path::Wide>> inertia;
+    Spatial::ComponentArray<internal::OnLanes<Force>> fext;
+  };
+
+  /// The step from parents to children, shared by all groups of a kind.
+  template <class Path, class Transform>
+  static void step_outward(const Lanes* X, const typename State<Path>::VandAArray& of_parent,
+                           const Own<Path>& own, const Spatial::ComponentArray<LaneSubspace>& S_,
+                           typename State<Path>::VandAArray& va_,
+                           Spatial::ComponentArray<internal::OnLanes<Force>>& f) {
+    using namespace internal;
+    using Wide = typename Path::Wide;
+    const auto S = Spatial::from_components<LaneSubspace>(S_);
+    const OnLanes<Motion> vj({Lanes{}, Lanes{}, own.dq}, {}), cj;
+    const auto X_va = both_halves<Wide>(Spatial::Components<Transform>::value(X)) *
+                      Spatial::from_components<typename State<Path>::VandA>(of_parent);
+    const auto v = half_of<0>(X_va) + vj;
+    const auto a = half_of<1>(X_va) + S * own.ddq + cj + v.cross(vj);
+    const auto va = joined<Wide>(v, a);
+    const auto I_va = Spatial::from_components<OnLanes<Spatial::Inertia, Wide>>(own.inertia) * va;
+    va_ = Spatial::components(va);
+    f = Spatial::components(cross(v, half_of<0>(I_va)) + half_of<1>(I_va) -
+                            Spatial::from_components<OnLanes<Force>>(own.fext));
   }
 
   template <class M, std::size_t g>
   struct DftVisitor {
-    template <class Vector, class Torques>
-    ORVEK23_INLINE static void discover(M& model, State& state, const Vector& dq, const Vector& ddq,
-                                        const Force* const& fext, Torques&) {
+    template <class Path, class Vector, class Torques>
+    ORVEK23_INLINE static void discover(M& model, State<Path>& state, const Vector& dq,
+                                        const Vector& ddq, const Force* const& fext, Torques&) {
       using namespace internal;
-      const auto X = state.sXp.template get<g>();
-      const auto S = load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; });
-      const OnLanes<Motion> vj({Lanes{}, Lanes{}, rates<M, g>(dq)}, {}), cj;
+      using Transform = typename JointTransforms<M>::template Value<g>;
+      state.S.set(g, load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; }));
+      Own<Path> own;
+      own.dq = rates<M, g>(dq);
+      own.ddq = rates<M, g>(ddq);
+      own.inertia = Spatial::components(load_inertias<M, g, typename Path::Wide>());
+      own.fext = Spatial::components(load<M, g>([&](auto id) -> const auto& { return fext[id]; }));
+      typename State<Path>::VandAArray scratch;
+      Path::template Function<&step_outward<Path, Transform>>::call(
+          state.sXp.at(g), of_parents<M, g>(state.va, scratch), own, state.S.at(g), state.va.at(g),
+          state.f.at(g));
 
-      const auto v = X * of_parents<M, g>(state.v) + vj;
-      const auto a = X * of_parents<M, g>(state.a) + S * rates<M, g>(ddq) + cj + v.cross(vj);
-      const auto fext_i = load<M, g>([&](auto id) -> const auto& { return fext[id]; });
-      state.f.set(g, own_force(v, a, load_inertias<M, g>(), fext_i));
-
+      const auto va = state.va[g];
       store<M, g>(
-          v, [&](auto id) -> auto& { return node<id>(model).vi; });
+          half_of<0>(va), [&](auto id) -> auto& { return node<id>(model).vi; });
       store<M, g>(
-          a, [&](auto id) -> auto& { return node<id>(model).ai; });
-      state.v.set(g, v);
-      state.a.set(g, a);
-      state.S.set(g, S);
+          half_of<1>(va), [&](auto id) -> auto& { return node<id>(model).ai; });
     }
 
-    template <class Vector, class Torques>
-    ORVEK23_INLINE static void finish(M& model, State& state, const Vector&, const Vector&,
+    template <class Path, class Vector, class Torques>
+    ORVEK23_INLINE static void finish(M& model, State<Path>& state, const Vector&, const Vector&,
                                       const Force* const&, Torques& torques) {
       using namespace internal;
       const auto f = plus_children<M, g, Force>(state.f[g], state.f_in_parent);
@@ -98,11 +130,11 @@ struct rnea<Model, false> {
     }
   };
 
-  template <class Vector, class Torques>
+  template <class Path = Spatial::Baseline, class Vector, class Torques>
   ORVEK23_INLINE static void run(Model& model, const internal::JointTransforms<Model>& sXp,
                                  const Vector& dq, const Vector& ddq, const Force* fext,
                                  Torques& torques) {
-    State state{sXp, {}, {}, {}, {}, {}};
+    State<Path> state{sXp, {}, {}, {}, {}};
     discover_root(model, state, ddq, fext);
     internal::outward_traversal<DftVisitor, Model>::run(model, state, dq, ddq, fext, torques);
     internal::inward_traversal<DftVisitor, Model>::run(model, state, dq, ddq, fext, torques);
@@ -110,21 +142,22 @@ struct rnea<Model, false> {
   }
 
  private:
-  template <class Vector>
-  ORVEK23_INLINE static void discover_root(Model& model, State& state, const Vector& ddq,
+  template <class Path, class Vector>
+  ORVEK23_INLINE static void discover_root(Model& model, State<Path>& state, const Vector& ddq,
                                            const Force* fext) {
     auto& i = node<0>(model);
     auto& joint = i.joint;
     i.vi = joint.vj;
     i.ai = i.sXp * minus_g + joint.S * internal::root_coordinates(ddq) + joint.cj +
            i.vi.cross(joint.vj);
-    joint.f = own_force(i.vi, i.ai, Model::inertias[0], fext[0]);
-    state.v.set(0, internal::broadcast(i.vi));
-    state.a.set(0, internal::broadcast(i.ai));
+    const auto& inertia = Model::inertias[0];
+    joint.f = cross(i.vi, inertia * i.vi) + inertia * i.ai - fext[0];
+    state.va.set(0, internal::joined<typename Path::Wide>(internal::broadcast(i.vi),
+                                                          internal::broadcast(i.ai)));
   }
 
-  template <class Torques>
-  ORVEK23_INLINE static void finish_root(Model& model, State& state, Torques& torques) {
+  template <class Path, class Torques>
+  ORVEK23_INLINE static void finish_root(Model& model, State<Path>& state, Torques& torques) {
     auto& joint = node<0>(model).joint;
     joint.f = internal::plus_root_children<Model, Force>(joint.f, state.f_in_parent);
     const Spatial::RootCoordinates tau = joint.S.transposed_times(joint.f);

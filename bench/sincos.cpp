@@ -15,7 +15,7 @@
 
 namespace {
 
-using metapod::Spatial::Doubles, metapod::Spatial::SinCos;
+using metapod::Spatial::Lanes, metapod::Spatial::SinCos;
 constexpr std::size_t nb_angles = 25, nb_groups = 7, nb_sets = 1000;
 
 using Angles = std::array<float, 4 * nb_groups>;
@@ -35,10 +35,10 @@ const std::vector<Angles>& angle_sets() {
 }
 
 void by_lanes(const Angles& angles, Results& results) {
-  std::array<Doubles, nb_groups> groups;
+  std::array<Lanes, nb_groups> groups;
   for (std::size_t k = 0; k < nb_groups; ++k) {
     const float* a = &angles[4 * k];
-    groups[k] = Doubles{a[0], a[1], a[2], a[3]};
+    groups[k] = Lanes{a[0], a[1], a[2], a[3]};
   }
   results = metapod::Spatial::sin_cos(groups);
 }
@@ -62,7 +62,7 @@ void sincos(benchmark::State& state, void (*all)(const Angles&, Results&)) {
   }
   state.SetLabel("25 angles");
 }
-BENCHMARK_CAPTURE(sincos, orvek23, tavo::Compiled<by_lanes>::call);
+BENCHMARK_CAPTURE(sincos, orvek23, tavo::Chosen<by_lanes, by_lanes>::call);
 BENCHMARK_CAPTURE(sincos, libm, by_libm);
 
 }  // namespace

@@ -36,6 +36,7 @@ endfunction()
 # clang 14 leaves calls in so long a function at its own threshold.
 function(orvek23_tune_passes target)
   target_compile_options(${target} PRIVATE
+    -falign-functions=64
     "$<$<CXX_COMPILER_ID:GNU>:-fno-tree-vectorize;-fno-tree-ter;-flive-range-shrinkage>"
     # g++ 12 inlines only one of the adapter's own new and delete, then misses the other.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-mismatched-new-delete>

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "host/adapter_kinematics.hpp"
-#include "host/instruction_sets.hpp"
 #include "host/kt_math_conversions.hpp"
 #include "host/metapod_rigid_body_system.hpp"
 #include "host/passes.hpp"
@@ -37,7 +36,7 @@ void MetapodRigidBodySystem<Model>::setExternalWrench(unsigned long i,
 
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeInverseDynamics() {
-  Compiled<Passes<Model>::inverse_dynamics>::call(model_, q_, dq_, ddq_, fext_.data(), torques_);
+  Compiled<Model>::InverseDynamics::call(model_, q_, dq_, ddq_, fext_.data(), torques_);
 }
 
 template <class Model>

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "host/instruction_sets.hpp"
 #include "host/metapod_rigid_body_system.hpp"
 #include "host/passes.hpp"
 #include "spatial/vector.hpp"
@@ -148,14 +147,14 @@ JointRange MetapodRigidBodySystem<Model>::getJointAnglesAcc() const {
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeFwdKinematicsExceptRoot() {
   metapod::Spatial::Vector3 mc_sum;
-  Compiled<Passes<Model>::root_relative>::call(model_, q_, iX1_, jacobianInRoot_.data(), mc_sum,
-                                               posesInRoot_.data());
+  Compiled<Model>::RootRelative::call(model_, q_, iX1_, jacobianInRoot_.data(), mc_sum,
+                                      posesInRoot_.data());
   comPositionInRoot_ = internal::as_position((1 / mass_) * mc_sum);
 }
 
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeFwdKinematicsOnlyRoot() {
-  Compiled<Passes<Model>::world>::call(model_, q_, iX1_, poses_.data());
+  Compiled<Model>::World::call(model_, q_, iX1_, poses_.data());
   comPosition_ = poses_[0] * comPositionInRoot_;
 }
 

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <algorithm>
+
 #include "algorithms/crba.hpp"
 #include "host/adapter_kinematics.hpp"
-#include "host/instruction_sets.hpp"
 #include "host/metapod_rigid_body_system.hpp"
 #include "host/passes.hpp"
 #include "spatial/vector.hpp"
@@ -12,8 +13,8 @@ namespace tavo {
 
 template <class Model>
 void MetapodRigidBodySystem<Model>::computeGeneralizedMass() {
-  Compiled<Passes<Model>::joint_space_inertia>::call(model_, generalizedMass_.data(),
-                                                     metapod::partial_crba<Model>::nobody);
+  Compiled<Model>::JointSpaceInertia::call(model_, generalizedMass_.data(),
+                                           metapod::partial_crba<Model>::nobody);
 }
 
 template <class Model>
@@ -26,8 +27,8 @@ template <class Model>
 void MetapodRigidBodySystem<Model>::computePartialComJacobian(unsigned long i, Matrix3X& J) {
   if (i >= nb_bodies) return;
   Eigen::Matrix<float, nb_dofs, nb_dofs> Hp;
-  Compiled<Passes<Model>::clear>::call(Hp.data());
-  Compiled<Passes<Model>::joint_space_inertia>::call(model_, Hp.data(), static_cast<int>(i));
+  std::fill_n(Hp.data(), Hp.size(), 0.0f);
+  Compiled<Model>::JointSpaceInertia::call(model_, Hp.data(), static_cast<int>(i));
   // Take new storage before the old is given up: J is unchanged if there is none.
   if (J.cols() != nb_dofs) Matrix3X(3, nb_dofs).swap(J);
   J.setZero();
@@ -46,7 +47,7 @@ KT::Math::Position3D MetapodRigidBodySystem<Model>::computePartialComPositionInR
     unsigned long i) {
   if (i == 0 || i >= nb_bodies) return comPosition_;
   metapod::Spatial::Vector3 mc_sum;
-  Compiled<Passes<Model>::partial_first_moment>::call(model_, iX1_, static_cast<int>(i), mc_sum);
+  Compiled<Model>::PartialFirstMoment::call(model_, iX1_, static_cast<int>(i), mc_sum);
   return internal::as_position((1 / (mass_ - Model::inertias[i].m())) * mc_sum);
 }
 

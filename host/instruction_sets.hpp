@@ -1,14 +1,9 @@
 #pragma once
 
-#include "spatial/lanes.hpp"
+#include "spatial/paths.hpp"
 
-#if defined(__x86_64__) && !defined(ORVEK23_SANITIZED)
-#define ORVEK23_HAS_AVX2_PATH
-#endif
-
-/// One binary, two instruction sets: a pass is compiled for the baseline and for AVX2, and the
-/// choice is made once, when the library is loaded. Both give the same bits. ORVEK23_ISA_BASELINE
-/// or ORVEK23_ISA_AVX2 pins the path.
+/// One binary, two instruction sets: the choice is made once, when the library is loaded.
+/// ORVEK23_ISA_BASELINE or ORVEK23_ISA_AVX2 pins it.
 namespace tavo {
 
 namespace internal {
@@ -26,26 +21,19 @@ inline bool has_avx2() {
 
 }  // namespace internal
 
-/// A function, everything that it calls inlined, as chosen for this machine.
-template <auto function>
-class Compiled;
+/// Of two forms of a function the one for this machine.
+template <auto for_baseline, auto for_avx2>
+class Chosen;
 
-template <class... Args, void (*function)(Args...)>
-class Compiled<function> {
+template <class... Args, void (*for_baseline)(Args...), void (*for_avx2)(Args...)>
+class Chosen<for_baseline, for_avx2> {
  public:
   static void call(Args... args) { chosen_(args...); }
 
  private:
-  ORVEK23_FLATTEN static void baseline(Args... args) { function(args...); }
-#ifdef ORVEK23_HAS_AVX2_PATH
-  ORVEK23_FLATTEN [[gnu::target("avx2")]] static void avx2(Args... args) {
-    function(args...);
-  }
-#else
-  static constexpr auto* avx2 = baseline;
-#endif
-
-  static inline void (*const chosen_)(Args...) = internal::has_avx2() ? avx2 : baseline;
+  static inline void (*const chosen_)(Args...) =
+      internal::has_avx2() ? metapod::Spatial::Avx2::Function<for_avx2>::call
+                           : metapod::Spatial::Baseline::Function<for_baseline>::call;
 };
 
 }  // namespace tavo

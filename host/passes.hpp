@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <utility>
@@ -19,13 +20,16 @@
 #include "spatial/components.hpp"
 #include "spatial/force.hpp"
 #include "spatial/lanes.hpp"
+#include "spatial/paths.hpp"
+#include "spatial/records.hpp"
 #include "spatial/vector.hpp"
 
-/// What the adapter computes, pass by pass, as compiled for each instruction set.
+/// What the adapter computes, pass by pass.
 namespace tavo {
 
-template <class Model>
+template <class Model, class Path>
 struct Passes {
+  using Wide = typename Path::Wide;
   using Coordinates = Eigen::Matrix<float, Model::nb_dofs, 1>;
   using BodyTransforms = std::array<ModelTransform, Model::nb_bodies>;
 
@@ -35,9 +39,8 @@ struct Passes {
                             KT::Math::Transform* poses) {
     metapod::internal::JointTransforms<Model> sXp;
     metapod::jcalc<Model>::run(model, q, sXp);
-    metapod::fwd_kin_iX1<Model>::run(model, sXp, iX1.data(), jacobian, mc_sum);
-    metapod::Spatial::unrolled<Model::nb_bodies - 1>(
-        [&](auto n) ORVEK23_INLINE_LAMBDA { invToKTMath(iX1[n + 1], poses[n + 1]); });
+    metapod::fwd_kin_iX1<Model>::template run<Path>(model, sXp, iX1.data(), jacobian, mc_sum);
+    for (std::size_t i = 1; i < Model::nb_bodies; ++i) invToKTMath(iX1[i], poses[i]);
   }
 
   /// The root's transform and all world poses.
@@ -45,13 +48,14 @@ struct Passes {
                     KT::Math::Transform* poses) {
     metapod::jcalc<Model>::run_root(model, q);
     const ModelTransform& root = metapod::node<0>(model).sXp;  // world to root
-    const auto root_lanes = metapod::internal::broadcast(root);
+    const auto root_lanes = metapod::internal::broadcast<Wide>(root);
     invToKTMath(root, poses[0]);
-    constexpr std::size_t last = Model::nb_bodies - 1;
-    metapod::Spatial::unrolled<(last + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
-      constexpr std::size_t first = 4 * block + 1, n = first + 3 <= last ? 4 : last + 1 - first;
-      world_poses<first>(iX1, root_lanes, poses, std::make_index_sequence<n>{});
-    });
+    // Eight bodies at a time; the last eight overlap the others.
+    constexpr std::size_t last = Model::nb_bodies - 8;
+    for (std::size_t i = 1; i < last + 8; i += 8) {
+      const std::size_t first = std::min(i, last);
+      world_poses(&iX1[first], root_lanes, &poses[first], std::make_index_sequence<8>{});
+    }
   }
 
   static void inverse_dynamics(Model& model, const Coordinates& q, const Coordinates& dq,
@@ -59,36 +63,42 @@ struct Passes {
                                Coordinates& torques) {
     metapod::internal::JointTransforms<Model> sXp;
     metapod::jcalc<Model>::run(model, q, dq, sXp);
-    metapod::rnea<Model, false>::run(model, sXp, dq, ddq, fext, torques);
-  }
-
-  /// Zeros for a square matrix of all coordinates.
-  static void clear(float* H) {
-    constexpr std::size_t n = Model::nb_dofs * Model::nb_dofs;
-    static_assert(n % metapod::Spatial::nb_lanes == 0);
-    metapod::Spatial::unrolled<n / 4>([&](auto k) ORVEK23_INLINE_LAMBDA {
-      metapod::Spatial::store_first<4>(H + 4 * k, metapod::Spatial::Lanes{});
-    });
+    metapod::rnea<Model, false>::template run<Path>(model, sXp, dq, ddq, fext, torques);
   }
 
   static void joint_space_inertia(Model& model, float* H, int excluded_id) {
-    metapod::partial_crba<Model>::run(model, H, excluded_id);
+    metapod::partial_crba<Model>::template run<Path>(model, H, excluded_id);
   }
 
   static void partial_first_moment(Model& model, const BodyTransforms& iX1, int excluded_id,
                                    metapod::Spatial::Vector3& mc_sum) {
-    metapod::partial_com<Model>::run(model, iX1.data(), excluded_id, mc_sum);
+    metapod::partial_com<Model>::template run<Path>(model, iX1.data(), excluded_id, mc_sum);
   }
 
  private:
-  template <std::size_t first, class RootLanes, std::size_t... n>
-  ORVEK23_INLINE static void world_poses(const BodyTransforms& iX1, const RootLanes& root,
+  template <class RootLanes, std::size_t... n>
+  ORVEK23_INLINE static void world_poses(const ModelTransform* iX1, const RootLanes& root,
                                          KT::Math::Transform* poses, std::index_sequence<n...>) {
     using namespace metapod::Spatial;
     const auto body = from_components<RootLanes>(
-        load_lanes<12>(std::array{metapod::internal::floats_of(iX1[first + n])...}));
-    store_lanes<12>(invProdToKTMath(body, root), std::array{poses[first + n].m...});
+        load_lanes<12, Wide>(std::array{metapod::internal::floats_of(iX1[n])...}));
+    store_lanes(invProdToKTMath(body, root), std::array{poses[n].m...});
   }
+};
+
+/// The passes for this machine.
+template <class Model>
+struct Compiled {
+ private:
+  using A = Passes<Model, metapod::Spatial::Baseline>;
+  using B = Passes<Model, metapod::Spatial::Avx2>;
+
+ public:
+  using RootRelative = Chosen<A::root_relative, B::root_relative>;
+  using World = Chosen<A::world, B::world>;
+  using InverseDynamics = Chosen<A::inverse_dynamics, B::inverse_dynamics>;
+  using JointSpaceInertia = Chosen<A::joint_space_inertia, B::joint_space_inertia>;
+  using PartialFirstMoment = Chosen<A::partial_first_moment, B::partial_first_moment>;
 };
 
 }  // namespace tavo

@@ -23,7 +23,7 @@
 
 /// Four floats in one register, one a lane, by the compilers' vector extension: arithmetic on Lanes
 /// is the scalar arithmetic of each lane, bit for bit. A spatial value of scalar type Lanes is four
-/// values of float side by side; load_lanes and store_lanes turn one into the other.
+/// values of float side by side. Eight: wide_lanes.hpp. To and from memory: records.hpp.
 namespace metapod::Spatial {
 
 inline constexpr std::size_t nb_lanes = 4;
@@ -36,6 +36,12 @@ ORVEK23_INLINE constexpr void unrolled(F f) {
     (f(std::integral_constant<std::size_t, k>{}), ...);
   }
   (std::make_index_sequence<n>{});
+}
+
+/// Lanes a, b, c, d of the eight that x and y have.
+template <int a, int b, int c, int d>
+ORVEK23_INLINE Lanes shuffled(const Lanes& x, const Lanes& y) {
+  return __builtin_shufflevector(x, y, a, b, c, d);
 }
 
 ORVEK23_INLINE Lanes load_four(const float* a) {
@@ -76,69 +82,6 @@ ORVEK23_INLINE void store_first(float* a, const Lanes& row) {
     std::memcpy(a, &pair, sizeof(pair));
   }
   if constexpr (n % 2 == 1) a[n - 1] = row[n - 1];
-}
-
-/// Rows become columns.
-ORVEK23_INLINE std::array<Lanes, 4> transposed(const Lanes& a, const Lanes& b, const Lanes& c,
-                                               const Lanes& d) {
-  const Lanes ab_low = __builtin_shufflevector(a, b, 0, 4, 1, 5);
-  const Lanes ab_high = __builtin_shufflevector(a, b, 2, 6, 3, 7);
-  const Lanes cd_low = __builtin_shufflevector(c, d, 0, 4, 1, 5);
-  const Lanes cd_high = __builtin_shufflevector(c, d, 2, 6, 3, 7);
-  return {__builtin_shufflevector(ab_low, cd_low, 0, 1, 4, 5),
-          __builtin_shufflevector(ab_low, cd_low, 2, 3, 6, 7),
-          __builtin_shufflevector(ab_high, cd_high, 0, 1, 4, 5),
-          __builtin_shufflevector(ab_high, cd_high, 2, 3, 6, 7)};
-}
-
-namespace internal {
-
-/// n floats from `begin` on of every record, a lane a record.
-template <std::size_t n, class Records>
-ORVEK23_INLINE std::array<Lanes, n> load_columns(const Records& records, std::size_t begin) {
-  const auto at = [&](std::size_t k)
-                      ORVEK23_INLINE_LAMBDA { return records[k % records.size()] + begin; };
-  if constexpr (n == 4) {
-    return transposed(load_four(at(0)), load_four(at(1)), load_four(at(2)), load_four(at(3)));
-  } else if constexpr (n == 2) {
-    const Lanes ab = load_two_and_two(at(0), at(1)), cd = load_two_and_two(at(2), at(3));
-    return {__builtin_shufflevector(ab, cd, 0, 2, 4, 6),
-            __builtin_shufflevector(ab, cd, 1, 3, 5, 7)};
-  } else {
-    static_assert(n == 1);
-    return {Lanes{*at(0), *at(1), *at(2), *at(3)}};
-  }
-}
-
-}  // namespace internal
-
-/// The first n floats of the records at the given addresses, float by float, a lane a record; lanes
-/// without a record repeat the first. Nothing beyond the n floats is read.
-template <std::size_t n, std::size_t nb_records>
-ORVEK23_INLINE std::array<Lanes, n> load_lanes(
-    const std::array<const float*, nb_records>& records) {
-  std::array<Lanes, n> values;
-  unrolled<(n + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
-    constexpr std::size_t begin = 4 * block, width = begin + 4 <= n ? 4 : n - begin;
-    const auto columns = internal::load_columns<width>(records, begin);
-    unrolled<width>([&](auto k) ORVEK23_INLINE_LAMBDA { values[begin + k] = columns[k]; });
-  });
-  return values;
-}
-
-/// Lane k of the values, as n floats, to record k.
-template <std::size_t n, std::size_t nb_records>
-ORVEK23_INLINE void store_lanes(const std::array<Lanes, n>& values,
-                                const std::array<float*, nb_records>& records) {
-  unrolled<(n + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
-    constexpr std::size_t begin = 4 * block, width = begin + 4 <= n ? 4 : n - begin;
-    const auto row = [&](std::size_t k) ORVEK23_INLINE_LAMBDA {
-      return values[begin + k % width];  // what stands beyond the width is not stored
-    };
-    const auto columns = transposed(row(0), row(1), row(2), row(3));
-    unrolled<nb_records>(
-        [&](auto k) ORVEK23_INLINE_LAMBDA { store_first<width>(records[k] + begin, columns[k]); });
-  });
 }
 
 }  // namespace metapod::Spatial

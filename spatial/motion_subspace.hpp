@@ -6,6 +6,7 @@
 #include "spatial/inertia.hpp"
 #include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
+#include "spatial/records.hpp"
 
 /// Joint motion subspaces: what a joint's coordinate rates do to its body. Featherstone 2008,
 /// section 3.3. The products run over the stored entries, except where a pattern is named.

@@ -11,15 +11,13 @@
 /// precision.
 namespace metapod::Spatial {
 
-/// Four angles (rad), and what is computed of them.
-using Doubles [[gnu::vector_size(32)]] = double;
-
 struct SinCos {
   Lanes s, c;
 };
 
 namespace internal {
 
+using Doubles [[gnu::vector_size(32)]] = double;
 using Longs [[gnu::vector_size(32)]] = std::int64_t;
 
 inline constexpr double largest_reduced_angle = 1e5;
@@ -66,7 +64,7 @@ ORVEK23_INLINE SinCos reduced_sin_cos(const Doubles& angle) {
 }
 
 /// By the C library: huge angles and non-finite values.
-[[gnu::noinline, gnu::cold]] inline void replace_by_libm(const Doubles* angles, std::size_t n,
+[[gnu::noinline, gnu::cold]] inline void replace_by_libm(const Lanes* angles, std::size_t n,
                                                          SinCos* results) {
   for (std::size_t k = 0; k < nb_lanes * n; ++k) {
     const std::size_t i = k / nb_lanes, lane = k % nb_lanes;
@@ -79,15 +77,16 @@ ORVEK23_INLINE SinCos reduced_sin_cos(const Doubles& angle) {
 
 }  // namespace internal
 
-/// Any angles. One test for all of them keeps the rare call out of the arithmetic.
+/// Of any angles (rad). One test for all of them keeps the rare call out of the arithmetic.
 template <std::size_t n>
-ORVEK23_INLINE std::array<SinCos, n> sin_cos(const std::array<Doubles, n>& angles) {
+ORVEK23_INLINE std::array<SinCos, n> sin_cos(const std::array<Lanes, n>& angles) {
   std::array<SinCos, n> results;
   internal::Longs in_range = ~internal::Longs{};
-  unrolled<n>([&](auto k) ORVEK23_INLINE_LAMBDA {
-    in_range &= internal::magnitude(angles[k]) <= internal::largest_reduced_angle;
-    results[k] = internal::reduced_sin_cos(angles[k]);
-  });
+  for (std::size_t k = 0; k < n; ++k) {
+    const auto angle = __builtin_convertvector(angles[k], internal::Doubles);
+    in_range &= internal::magnitude(angle) <= internal::largest_reduced_angle;
+    results[k] = internal::reduced_sin_cos(angle);
+  }
   if ((in_range[0] & in_range[1] & in_range[2] & in_range[3]) == 0) [[unlikely]] {
     internal::replace_by_libm(angles.data(), n, results.data());
   }

@@ -203,11 +203,12 @@ TEST(SinCos, AreTheCLibrarysInFloat) {
   for (int k = 0; k < 200000; ++k) angles.push_back(k % 2 == 0 ? near(random) : far(random));
   angles.resize(angles.size() / 4 * 4);
   for (std::size_t k = 0; k < angles.size() && !HasFailure(); k += 4) {
-    const Doubles four{angles[k], angles[k + 1], angles[k + 2], angles[k + 3]};
+    const Lanes four{angles[k], angles[k + 1], angles[k + 2], angles[k + 3]};
     const SinCos got = sin_cos(std::array{four})[0];
     for (std::size_t lane = 0; lane < 4; ++lane) {
-      const float want[] = {static_cast<float>(std::sin(four[lane])),
-                            static_cast<float>(std::cos(four[lane]))};
+      const double angle = four[lane];
+      const float want[] = {static_cast<float>(std::sin(angle)),
+                            static_cast<float>(std::cos(angle))};
       const float have[] = {got.s[lane], got.c[lane]};
       if (std::isnan(want[0])) {
         EXPECT_TRUE(std::isnan(have[0]) && std::isnan(have[1])) << four[lane];

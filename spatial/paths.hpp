@@ -1,0 +1,43 @@
+#pragma once
+
+#include "spatial/lanes.hpp"
+#include "spatial/wide_lanes.hpp"
+
+#if defined(__x86_64__) && !defined(ORVEK23_SANITIZED)
+#define ORVEK23_HAS_AVX2_PATH
+#endif
+
+/// Instruction sets that the passes are compiled for. Both give the same bits.
+///   Wide                 eight floats
+///   Function<f>::call    f with everything that it calls inlined, functions of this kind excepted
+namespace metapod::Spatial {
+
+struct Baseline {
+  using Wide = LanesPair;
+
+  template <auto f>
+  struct Function;
+  template <class... Args, void (*f)(Args...)>
+  struct Function<f> {
+    [[gnu::noinline]] ORVEK23_FLATTEN static void call(Args... args) { f(args...); }
+  };
+};
+
+#ifdef ORVEK23_HAS_AVX2_PATH
+struct Avx2 {
+  using Wide = WideLanes;
+
+  template <auto f>
+  struct Function;
+  template <class... Args, void (*f)(Args...)>
+  struct Function<f> {
+    [[gnu::noinline, gnu::target("avx2")]] ORVEK23_FLATTEN static void call(Args... args) {
+      f(args...);
+    }
+  };
+};
+#else
+using Avx2 = Baseline;
+#endif
+
+}  // namespace metapod::Spatial

@@ -1,0 +1,100 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+
+#include "spatial/lanes.hpp"
+#include "spatial/wide_lanes.hpp"
+
+/// Records of floats in memory, and their values side by side: a lane a record. S is Lanes for four
+/// records, or a wide scalar for eight.
+namespace metapod::Spatial {
+
+/// Rows become columns, in each half of wide lanes.
+template <class S>
+ORVEK23_INLINE std::array<S, 4> transposed(const S& a, const S& b, const S& c, const S& d) {
+  const S ab_low = shuffled<0, 4, 1, 5>(a, b), ab_high = shuffled<2, 6, 3, 7>(a, b);
+  const S cd_low = shuffled<0, 4, 1, 5>(c, d), cd_high = shuffled<2, 6, 3, 7>(c, d);
+  return {shuffled<0, 1, 4, 5>(ab_low, cd_low), shuffled<2, 3, 6, 7>(ab_low, cd_low),
+          shuffled<0, 1, 4, 5>(ab_high, cd_high), shuffled<2, 3, 6, 7>(ab_high, cd_high)};
+}
+
+namespace internal {
+
+/// row(0) for Lanes; row(0) and row(4), where the second half's records start, for wide lanes.
+template <class S, class Row>
+ORVEK23_INLINE S in_halves(Row row) {
+  if constexpr (is_wide<S>) {
+    return joined<S>(row(std::size_t{0}), row(nb_lanes));
+  } else {
+    return row(std::size_t{0});
+  }
+}
+
+/// n floats from `begin` on of every record, a lane a record.
+template <std::size_t n, class S, class Records>
+ORVEK23_INLINE std::array<S, n> load_columns(const Records& records, std::size_t begin) {
+  const auto at = [&](std::size_t k)
+                      ORVEK23_INLINE_LAMBDA { return records[k % records.size()] + begin; };
+  const auto row = [&](std::size_t k) ORVEK23_INLINE_LAMBDA {
+    return in_halves<S>([&](std::size_t half)
+                            ORVEK23_INLINE_LAMBDA { return load_four(at(half + k)); });
+  };
+  const auto rows = [&](std::size_t k, std::size_t l) ORVEK23_INLINE_LAMBDA {
+    return in_halves<S>([&](std::size_t half) ORVEK23_INLINE_LAMBDA {
+      return load_two_and_two(at(half + k), at(half + l));
+    });
+  };
+  if constexpr (n == 4) {
+    return transposed(row(0), row(1), row(2), row(3));
+  } else if constexpr (n == 2) {
+    const S ab = rows(0, 1), cd = rows(2, 3);
+    return {shuffled<0, 2, 4, 6>(ab, cd), shuffled<1, 3, 5, 7>(ab, cd)};
+  } else {
+    static_assert(n == 1);
+    return {in_halves<S>([&](std::size_t half) ORVEK23_INLINE_LAMBDA {
+      return Lanes{*at(half), *at(half + 1), *at(half + 2), *at(half + 3)};
+    })};
+  }
+}
+
+}  // namespace internal
+
+/// The first n floats of the records at the given addresses, float by float, a lane a record; lanes
+/// without a record repeat the first ones. Nothing beyond the n floats is read.
+template <std::size_t n, class S = Lanes, std::size_t nb_records>
+ORVEK23_INLINE std::array<S, n> load_lanes(const std::array<const float*, nb_records>& records) {
+  std::array<S, n> values;
+  unrolled<(n + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
+    constexpr std::size_t begin = 4 * block, width = begin + 4 <= n ? 4 : n - begin;
+    const auto columns = internal::load_columns<width, S>(records, begin);
+    unrolled<width>([&](auto k) ORVEK23_INLINE_LAMBDA { values[begin + k] = columns[k]; });
+  });
+  return values;
+}
+
+/// Four or fewer records for both halves of wide lanes.
+template <std::size_t n>
+ORVEK23_INLINE std::array<const float*, 8> twice(const std::array<const float*, n>& records) {
+  std::array<const float*, 8> halves;
+  unrolled<8>([&](auto k) ORVEK23_INLINE_LAMBDA { halves[k] = records[k % 4 % n]; });
+  return halves;
+}
+
+/// Lane k of the values, as n floats, to record k.
+template <class S, std::size_t n, std::size_t nb_records>
+ORVEK23_INLINE void store_lanes(const std::array<S, n>& values,
+                                const std::array<float*, nb_records>& records) {
+  unrolled<(n + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
+    constexpr std::size_t begin = 4 * block, width = begin + 4 <= n ? 4 : n - begin;
+    const auto row = [&](std::size_t k) ORVEK23_INLINE_LAMBDA {
+      return values[begin + k % width];  // what stands beyond the width is not stored
+    };
+    const auto columns = transposed(row(0), row(1), row(2), row(3));
+    unrolled<nb_records>([&](auto k) ORVEK23_INLINE_LAMBDA {
+      store_first<width>(records[k] + begin, half<k / 4>(columns[k % 4]));
+    });
+  });
+}
+
+}  // namespace metapod::Spatial
