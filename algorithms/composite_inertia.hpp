@@ -17,7 +17,7 @@ namespace metapod::internal {
 ///   finish     Ic_i = Ic_i + sum over children c of  iXc* Ic_c cXi
 ///
 /// One body may count as massless: Ic_i = 0 if i is excluded_id.
-template <class Model>
+template <class Model, class Path>
 struct CompositeInertias {
   using Inertia = Spatial::Inertia;
 
@@ -31,7 +31,9 @@ struct CompositeInertias {
           load<M, g>([&](auto id) -> const auto& { return own_inertia<id>(excluded_id); });
       const auto Ic = plus_children<M, g, Inertia>(own, state.Ic_in_parent);
       state.Ic.set(g, Ic);
-      state.Ic_in_parent.set(g, state.sXp.template get<g>().applyInv(Ic));
+      using Transform = typename JointTransforms<M>::template Value<g>;
+      Path::template Function<&carry_to_parent<Transform>>::call(state.sXp.at(g), state.Ic.at(g),
+                                                                 state.Ic_in_parent.at(g));
       store<M, g>(
           Ic, [&](auto id) -> auto& { return node<id>(model).Iic; });
     }
@@ -45,6 +47,15 @@ struct CompositeInertias {
 
  private:
   static constexpr Inertia massless{};
+  using LaneInertia = Spatial::ComponentArray<OnLanes<Inertia>>;
+
+  /// In memory and not inlined: the groups of a kind share it.
+  template <class Transform>
+  static void carry_to_parent(const Spatial::Lanes* X, const LaneInertia& Ic,
+                              LaneInertia& in_parent) {
+    in_parent = Spatial::components(Spatial::Components<Transform>::value(X).applyInv(
+        Spatial::from_components<OnLanes<Inertia>>(Ic)));
+  }
 
   template <int id>
   ORVEK23_INLINE static const Inertia& own_inertia(int excluded_id) {

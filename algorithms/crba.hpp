@@ -5,9 +5,11 @@
 #include <tuple>
 #include <utility>
 
+#include "algorithms/chains.hpp"
 #include "algorithms/composite_inertia.hpp"
 #include "algorithms/joint_forces.hpp"
 #include "algorithms/lanes.hpp"
+#include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
 #include "spatial/components.hpp"
 #include "spatial/force.hpp"
@@ -43,88 +45,110 @@ struct partial_crba {
   ORVEK23_INLINE static void run(Model& model, float* H, const int& excluded_id) {
     internal::JointTransforms<Model> sXp;
     sXp.load_from(model);
-    internal::CompositeInertias<Model> inertias{sXp, {}, {}};
+    internal::CompositeInertias<Model, Path> inertias{sXp, {}, {}};
     inertias.run(model, excluded_id);
 
-    RootSubspace S0;
-    const auto& root_S = node<0>(model).joint.S;
-    Spatial::unrolled<6>([&](auto j) ORVEK23_INLINE_LAMBDA {
-      S0[j] = internal::broadcast(root_S.column(static_cast<int>(j)));
+    internal::for_chains<Model>([&](auto chains) ORVEK23_INLINE_LAMBDA {
+      using S = std::conditional_t<chains.size == 2, typename Path::Wide, Spatial::Lanes>;
+      walk<decltype(chains), S>(model, inertias.Ic, H);
     });
-    [&]<int... child>(std::integer_sequence<int, child...>) ORVEK23_INLINE_LAMBDA {
-      (walk_chain<child>(model, sXp, inertias.Ic, S0, H), ...);
-    }
-    (typename NodeOf<Model, 0>::children{});
-    write_root_block(model, S0, H);
+    using Block = typename Path::Block;
+    constexpr std::size_t n = internal::block_size<Model, Block>;
+    const auto S0 = broadcast_columns<Block>(node<0>(model).joint.S);
+    internal::for_blocks<Model, Block>([&](auto first) ORVEK23_INLINE_LAMBDA {
+      constexpr std::size_t k = NodeOf<Model, first>::first_dof;
+      Path::template Function<&write_root_rows<Block>>::call(
+          joint_F<first>(model, std::make_integer_sequence<int, static_cast<int>(n)>{}), S0, H + k,
+          H + k * nb_dofs);
+    });
+    write_root_block<typename Path::Wide>(model, S0, H);
   }
 
  private:
-  using LaneForce = internal::OnLanes<Spatial::Force>;
-  using RootSubspace = std::array<internal::OnLanes<Spatial::Motion>, 6>;
+  static constexpr std::size_t nb_dofs = Model::nb_dofs;
+  template <class S>
+  using RootSubspace = std::array<internal::OnLanes<Spatial::Motion, S>, 6>;
 
-  /// The chain that hangs from the root by a child, from its end to the root.
-  template <int begin>
-  ORVEK23_INLINE static void walk_chain(Model& model, const internal::JointTransforms<Model>& sXp,
-                                        const internal::PerGroup<Model, Spatial::Inertia>& Ic,
-                                        const RootSubspace& S0, float* H) {
-    constexpr int last = internal::subtree_end<Model>(begin) - 1;
-    static_assert(is_path(begin, last), "below the root no body has two children");
+  template <class S>
+  ORVEK23_INLINE static RootSubspace<S> broadcast_columns(
+      const Spatial::ConstraintMotionFreeFlyerBody& S0) {
+    RootSubspace<S> columns;
+    Spatial::unrolled<6>([&](auto j) ORVEK23_INLINE_LAMBDA {
+      columns[j] = internal::broadcast<S>(S0.column(static_cast<int>(j)));
+    });
+    return columns;
+  }
+
+  /// From the ends of the chains to the root.
+  template <class Chain, class S>
+  ORVEK23_INLINE static void walk(Model& model,
+                                  const internal::PerGroup<Model, Spatial::Inertia>& Ic, float* H) {
+    constexpr int last = Chain::length - 1;
     // Blocks of four joints, the last ones first.
     auto blocks = [&]<int... b>(std::integer_sequence<int, b...>) ORVEK23_INLINE_LAMBDA {
-      return std::tuple(internal::JointForces<Model, begin, last - 4 * b>(model, Ic, H)...);
+      return std::tuple(internal::JointForces<Model, Chain, S, last - 4 * b>(model, Ic, H)...);
     }
-    (std::make_integer_sequence<int, (last - begin) / 4 + 1>{});
-    Spatial::unrolled<static_cast<std::size_t>(last - begin + 1)>(
-        [&](auto n) ORVEK23_INLINE_LAMBDA {
-          constexpr int c = last - static_cast<int>(n), j = NodeOf<Model, c>::parent;
-          const auto X = sXp.template of_node<c>();
-          const auto S_j = [&]() ORVEK23_INLINE_LAMBDA {
-            if constexpr (j == 0) {
-              return S0;
-            } else {
-              return internal::broadcast(node<j>(model).joint.S);
-            }
-          }();
-          Spatial::unrolled<static_cast<std::size_t>((last - c) / 4 + 1)>(
-              [&](auto b) ORVEK23_INLINE_LAMBDA {
-                std::get<b>(blocks).template carry_up<c>(model, X, S_j, H);
-              });
-        });
+    (std::make_integer_sequence<int, last / 4 + 1>{});
+    Spatial::unrolled<Chain::length>([&](auto n) ORVEK23_INLINE_LAMBDA {
+      constexpr int c = last - static_cast<int>(n);
+      const auto X = internal::spread<S, Chain, c>([&](auto id) -> const auto& {
+        return node<id>(model).sXp;
+      });
+      constexpr int j = c == 0 ? c : c - 1;  // the root's own is not used here
+      const auto S_j = internal::spread<S, Chain, j>([&](auto id) -> const auto& {
+        return node<id>(model).joint.S;
+      });
+      Spatial::unrolled<static_cast<std::size_t>((last - c) / 4 + 1)>(
+          [&](auto b) ORVEK23_INLINE_LAMBDA {
+            std::get<b>(blocks).template carry_up<c>(model, X, S_j, H);
+          });
+    });
   }
 
-  static constexpr bool is_path(int begin, int last) {
-    for (int id = begin + 1; id <= last; ++id) {
-      if (Model::parents[static_cast<std::size_t>(id)] != id - 1) return false;
-    }
-    return true;
+  /// H_0i = F_iᵀ S_0 and H_i0 of some joints, the forces F_i in root coordinates: to their places
+  /// in the root's columns, and to their columns. Not inlined: one function for all.
+  template <class S>
+  static void write_root_rows(
+      const std::array<const float*, internal::block_size<Model, S>>& forces,
+      const RootSubspace<S>& S0, float* H_0, float* H_i) {
+    const auto F = Spatial::from_components<internal::OnLanes<Spatial::Force, S>>(
+        Spatial::load_lanes<6, S>(forces));
+    std::array<S, 6> rows;
+    Spatial::unrolled<6>([&](auto a) ORVEK23_INLINE_LAMBDA {
+      rows[a] = dot(S0[a], F);
+      Spatial::store_row<internal::block_size<Model, S>>(H_0 + a * nb_dofs, rows[a]);
+    });
+    Spatial::store_lanes(
+        rows, internal::in_block<Model, S>([&](std::size_t i) { return H_i + i * nb_dofs; }));
+  }
+  template <int first, int... n>
+  ORVEK23_INLINE static auto joint_F(const Model& model, std::integer_sequence<int, n...>) {
+    return std::array{internal::floats_of(node<first + n>(model).joint_F[0])...};
   }
 
-  /// F0 = Ic_0 S_0, H_00 = S_0ᵀ F0: columns 0 to 3 side by side, then 4 and 5.
-  ORVEK23_INLINE static void write_root_block(Model& model, const RootSubspace& S0, float* H) {
+  /// F_0 = Ic_0 S_0, H_00 = S_0ᵀ F_0.
+  template <class Wide, class S>
+  ORVEK23_INLINE static void write_root_block(Model& model, const RootSubspace<S>& S0, float* H) {
     auto& root = node<0>(model);
-    root.joint_F = root.Iic * root.joint.S;
-    const auto F = [&](std::size_t j)
-                       ORVEK23_INLINE_LAMBDA { return Spatial::components(root.joint_F[j]); };
-    const std::array F0{F(0), F(1), F(2), F(3), F(4), F(5)};
-    write_columns<0, 1, 2, 3>(F0, S0, H);
-    write_columns<4, 5, 5, 5>(F0, S0, H);
+    const auto F = internal::broadcast(root.Iic) * root.joint.S.template columns<Wide>();
+    std::array<Wide, 6> rows;
+    Spatial::unrolled<6>([&](auto k) ORVEK23_INLINE_LAMBDA {
+      if constexpr (Spatial::is_wide<S>) {
+        rows[k] = dot(S0[k], F);
+      } else {
+        rows[k] = dot(internal::both_halves<Wide>(S0[k]), F);
+      }
+    });
+    store_columns(Spatial::components(F),
+                  [&](std::size_t j) { return internal::floats_of(root.joint_F[j]); });
+    store_columns(rows, [&](std::size_t j) { return H + j * nb_dofs; });
   }
 
-  template <std::size_t a, std::size_t b, std::size_t c, std::size_t d, class Columns>
-  ORVEK23_INLINE static void write_columns(const Columns& F0, const RootSubspace& S0, float* H) {
-    std::array<Spatial::Lanes, 6> F, rows;
-    Spatial::unrolled<6>([&](auto k) ORVEK23_INLINE_LAMBDA {
-      F[k] = Spatial::Lanes{F0[a][k], F0[b][k], F0[c][k], F0[d][k]};
-    });
-    Spatial::unrolled<6>([&](auto k) ORVEK23_INLINE_LAMBDA {
-      rows[k] = dot(S0[k], Spatial::from_components<LaneForce>(F));
-    });
-    const auto column = [&](std::size_t j) ORVEK23_INLINE_LAMBDA { return H + j * Model::nb_dofs; };
-    if constexpr (c == d) {
-      Spatial::store_lanes(rows, std::array{column(a), column(b)});
-    } else {
-      Spatial::store_lanes(rows, std::array{column(a), column(b), column(c), column(d)});
-    }
+  /// The linear coordinates' columns are in the low halves, the angular ones' in the high.
+  template <class Wide, class Column>
+  ORVEK23_INLINE static void store_columns(const std::array<Wide, 6>& rows, Column column) {
+    Spatial::store_lanes(rows, std::array{column(0), column(1), column(2)},
+                         std::array{column(3), column(4), column(5)});
   }
 };
 
@@ -137,7 +161,7 @@ template <class Model>
 struct crba<Model, false> {
   template <class Path = Spatial::Baseline>
   ORVEK23_INLINE static void run(Model& model, float* H) {
-    partial_crba<Model>::run(model, H, partial_crba<Model>::nobody);
+    partial_crba<Model>::template run<Path>(model, H, partial_crba<Model>::nobody);
   }
 };
 

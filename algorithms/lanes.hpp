@@ -239,20 +239,6 @@ class JointTransforms {
   }
   ORVEK23_INLINE const Spatial::Lanes* at(std::size_t g) const { return e_[g].data(); }
 
-  /// sXp of one node, in every lane.
-  template <int id>
-  ORVEK23_INLINE auto of_node() const {
-    constexpr Place place = lane_schedule<Model>.places[id];
-    using T = Value<place.group>;
-    constexpr int lane = place.lane;
-    Spatial::ComponentArray<T> e;
-    Spatial::unrolled<e.size()>([&](auto k) ORVEK23_INLINE_LAMBDA {
-      const Spatial::Lanes& x = e_[place.group][k];
-      e[k] = __builtin_shufflevector(x, x, lane, lane, lane, lane);
-    });
-    return Spatial::from_components<T>(e);
-  }
-
   ORVEK23_INLINE void load_from(const Model& model) {
     Spatial::unrolled<nb_groups<Model> - 1>([&](auto n) ORVEK23_INLINE_LAMBDA {
       set<n + 1>(load<Model, n + 1>([&](auto id) -> const auto& { return node<id>(model).sXp; }));

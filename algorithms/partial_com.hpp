@@ -25,7 +25,7 @@ template <class Model, int N>
 struct PartialComVisitor {
   ORVEK23_INLINE static void discover(Model&, const Moments<Model>& moments, const int& excluded_id,
                                       Spatial::Lanes& mc_sum) {
-    if (excluded_id != N) mc_sum = mc_sum + moments.of_body[N];
+    if (excluded_id != N) mc_sum = mc_sum + moments[N];
   }
   ORVEK23_INLINE static void finish(Model&, const Moments<Model>&, const int&, Spatial::Lanes&) {}
 };
@@ -40,10 +40,11 @@ struct partial_com {
   ORVEK23_INLINE static void run(Model& model, const internal::BodyTransform* iX1,
                                  const int& excluded_id, Spatial::Vector3& mc_sum) {
     internal::Moments<Model> moments;
-    constexpr std::size_t last = Model::nb_bodies - 1;
-    Spatial::unrolled<(last + 7) / 8>([&](auto block) ORVEK23_INLINE_LAMBDA {
-      constexpr std::size_t first = 8 * block + 1, n = first + 7 <= last ? 8 : last + 1 - first;
-      set<first, typename Path::Wide>(moments, iX1, std::make_index_sequence<n>{});
+    using Block = typename Path::Block;
+    internal::for_blocks<Model, Block>([&](auto first) ORVEK23_INLINE_LAMBDA {
+      internal::store_moments<Model>(Model::inertias.data() + first,
+                                     internal::load_block<Model, Block>(iX1 + first),
+                                     moments.data() + first);
     });
     Spatial::Lanes sum = internal::root_moment<Model>();
     [&]<int... child>(std::integer_sequence<int, child...>) ORVEK23_INLINE_LAMBDA {
@@ -53,16 +54,6 @@ struct partial_com {
     }
     (typename NodeOf<Model, 0>::children{});
     mc_sum = {sum[0], sum[1], sum[2]};
-  }
-
- private:
-  template <std::size_t first, class Wide, std::size_t... n>
-  ORVEK23_INLINE static void set(internal::Moments<Model>& moments,
-                                 const internal::BodyTransform* iX1, std::index_sequence<n...>) {
-    using Value = internal::OnLanes<internal::BodyTransform, Wide>;
-    const auto X = Spatial::from_components<Value>(Spatial::load_lanes<12, Wide>(
-        std::array{internal::floats_of(std::as_const(iX1[first + n]))...}));
-    moments.set(std::array{static_cast<int>(first + n)...}, X);
   }
 };
 

@@ -39,20 +39,6 @@ struct rnea<Model, false> {
   using Motion = Spatial::Motion;
   using Force = Spatial::Force;
   using Lanes = Spatial::Lanes;
-  using LaneSubspace = internal::OnLanes<Spatial::ConstraintMotionAxisZ>;
-
-  /// Velocity and acceleration take the same transform and the same inertia: side by side, v in the
-  /// low half of wide lanes and a in the high one.
-  template <class Path>
-  struct State {
-    using VandA = internal::OnLanes<Motion, typename Path::Wide>;
-    using VandAArray = Spatial::ComponentArray<VandA>;
-
-    const internal::JointTransforms<Model>& sXp;
-    internal::PerGroup<Model, Motion, typename Path::Wide> va;
-    internal::PerGroup<Model, Spatial::ConstraintMotionAxisZ> S;
-    internal::PerGroup<Model, Force> f, f_in_parent;
-  };
 
   template <class M, std::size_t g, class Vector>
   ORVEK23_INLINE static Lanes rates(const Vector& x) {
@@ -60,33 +46,48 @@ struct rnea<Model, false> {
     return Lanes{e[0], e[1], e[2], e[3]};
   }
 
-  /// What a group's nodes contribute.
+  /// A group on its own: what is given, and the force of its motion.
   template <class Path>
   struct Own {
+    using Wide = typename Path::Wide;
+
+    Spatial::ComponentArray<internal::OnLanes<Spatial::ConstraintMotionAxisZ>> S;
+    Spatial::ComponentArray<internal::OnLanes<Spatial::Inertia, Wide>> inertia;  // in both halves
     Lanes dq, ddq;
-    Spatial::ComponentArray<internal::OnLanes<Spatial::Inertia, typename Path::Wide>> inertia;
-    Spatial::ComponentArray<internal::OnLanes<Force>> fext;
+    Spatial::ComponentArray<internal::OnLanes<Force>> fext, f;
   };
 
-  /// The step from parents to children, shared by all groups of a kind.
+  /// Velocity and acceleration take the same transform and the same inertia: side by side, v in the
+  /// low half of wide lanes and a in the high one.
+  template <class Path>
+  struct State {
+    explicit State(const internal::JointTransforms<Model>& sXp) : sXp(sXp) {}  // no zeros
+
+    const internal::JointTransforms<Model>& sXp;
+    std::array<Own<Path>, internal::nb_groups<Model>> own;
+    internal::PerGroup<Model, Motion, typename Path::Wide> va;
+    internal::PerGroup<Model, Force> f_in_parent;
+  };
+
+  /// From parents to children. In memory and not inlined: the groups of a kind share it.
   template <class Path, class Transform>
-  static void step_outward(const Lanes* X, const typename State<Path>::VandAArray& of_parent,
-                           const Own<Path>& own, const Spatial::ComponentArray<LaneSubspace>& S_,
-                           typename State<Path>::VandAArray& va_,
-                           Spatial::ComponentArray<internal::OnLanes<Force>>& f) {
+  static void step_outward(const Lanes* sXp, const std::array<typename Path::Wide, 6>& of_parents,
+                           Own<Path>& own, std::array<typename Path::Wide, 6>& of_group) {
     using namespace internal;
     using Wide = typename Path::Wide;
-    const auto S = Spatial::from_components<LaneSubspace>(S_);
+    const auto X = both_halves<Wide>(Spatial::Components<Transform>::value(sXp));
+    const auto I = Spatial::from_components<OnLanes<Spatial::Inertia, Wide>>(own.inertia);
+    const auto S = Spatial::from_components<OnLanes<Spatial::ConstraintMotionAxisZ>>(own.S);
+    const auto fext = Spatial::from_components<OnLanes<Force>>(own.fext);
     const OnLanes<Motion> vj({Lanes{}, Lanes{}, own.dq}, {}), cj;
-    const auto X_va = both_halves<Wide>(Spatial::Components<Transform>::value(X)) *
-                      Spatial::from_components<typename State<Path>::VandA>(of_parent);
+
+    const auto X_va = X * Spatial::from_components<OnLanes<Motion, Wide>>(of_parents);
     const auto v = half_of<0>(X_va) + vj;
     const auto a = half_of<1>(X_va) + S * own.ddq + cj + v.cross(vj);
     const auto va = joined<Wide>(v, a);
-    const auto I_va = Spatial::from_components<OnLanes<Spatial::Inertia, Wide>>(own.inertia) * va;
-    va_ = Spatial::components(va);
-    f = Spatial::components(cross(v, half_of<0>(I_va)) + half_of<1>(I_va) -
-                            Spatial::from_components<OnLanes<Force>>(own.fext));
+    const auto I_va = I * va;
+    own.f = Spatial::components(cross(v, half_of<0>(I_va)) + half_of<1>(I_va) - fext);
+    of_group = Spatial::components(va);
   }
 
   template <class M, std::size_t g>
@@ -95,31 +96,32 @@ struct rnea<Model, false> {
     ORVEK23_INLINE static void discover(M& model, State<Path>& state, const Vector& dq,
                                         const Vector& ddq, const Force* const& fext, Torques&) {
       using namespace internal;
+      using Wide = typename Path::Wide;
       using Transform = typename JointTransforms<M>::template Value<g>;
-      state.S.set(g, load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; }));
-      Own<Path> own;
+      Own<Path>& own = state.own[g];
+      own.S = Spatial::components(
+          load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; }));
+      own.fext = Spatial::components(load<M, g>([&](auto id) -> const auto& { return fext[id]; }));
+      own.inertia = Spatial::components(load_inertias<M, g, Wide>());
       own.dq = rates<M, g>(dq);
       own.ddq = rates<M, g>(ddq);
-      own.inertia = Spatial::components(load_inertias<M, g, typename Path::Wide>());
-      own.fext = Spatial::components(load<M, g>([&](auto id) -> const auto& { return fext[id]; }));
-      typename State<Path>::VandAArray scratch;
+      std::array<Wide, 6> scratch;
       Path::template Function<&step_outward<Path, Transform>>::call(
-          state.sXp.at(g), of_parents<M, g>(state.va, scratch), own, state.S.at(g), state.va.at(g),
-          state.f.at(g));
-
-      const auto va = state.va[g];
-      store<M, g>(
-          half_of<0>(va), [&](auto id) -> auto& { return node<id>(model).vi; });
-      store<M, g>(
-          half_of<1>(va), [&](auto id) -> auto& { return node<id>(model).ai; });
+          state.sXp.at(g), of_parents<M, g>(state.va, scratch), own, state.va.at(g));
+      Spatial::store_lanes(state.va.at(g),
+                           for_nodes<M, g>([&](auto id) { return floats_of(node<id>(model).vi); }),
+                           for_nodes<M, g>([&](auto id) { return floats_of(node<id>(model).ai); }));
     }
 
     template <class Path, class Vector, class Torques>
     ORVEK23_INLINE static void finish(M& model, State<Path>& state, const Vector&, const Vector&,
                                       const Force* const&, Torques& torques) {
       using namespace internal;
-      const auto f = plus_children<M, g, Force>(state.f[g], state.f_in_parent);
-      const Lanes tau = state.S[g].transposed_times(f);
+      const auto& own = state.own[g];
+      const auto f = plus_children<M, g, Force>(Spatial::from_components<OnLanes<Force>>(own.f),
+                                                state.f_in_parent);
+      const auto S = Spatial::from_components<OnLanes<Spatial::ConstraintMotionAxisZ>>(own.S);
+      const Lanes tau = S.transposed_times(f);
       std::size_t lane = 0;
       for_nodes<M, g>([&](auto id) ORVEK23_INLINE_LAMBDA {
         return torques[NodeOf<M, id>::first_dof] = tau[lane++];
@@ -134,7 +136,7 @@ struct rnea<Model, false> {
   ORVEK23_INLINE static void run(Model& model, const internal::JointTransforms<Model>& sXp,
                                  const Vector& dq, const Vector& ddq, const Force* fext,
                                  Torques& torques) {
-    State<Path> state{sXp, {}, {}, {}, {}};
+    State<Path> state(sXp);
     discover_root(model, state, ddq, fext);
     internal::outward_traversal<DftVisitor, Model>::run(model, state, dq, ddq, fext, torques);
     internal::inward_traversal<DftVisitor, Model>::run(model, state, dq, ddq, fext, torques);

@@ -29,15 +29,9 @@ function(orvek23_add_plugin name isa)
   set_target_properties(${name} PROPERTIES LINK_DEPENDS "${plugin_map}" INSTALL_RPATH "$ORIGIN")
 endfunction()
 
-# How the passes are compiled: long straight-line functions on four-lane registers, whose cost is the
-# number of instructions. Counted by callgrind with g++ 12, per inverse dynamics on the AVX2 path:
-# -O3 5550, without its vectoriser 5540, without -ftree-ter's reordering 5455, with live ranges
-# shortened before registers are given out 5355.
-# clang 14 leaves calls in so long a function at its own threshold.
+# How the passes are compiled: clang 14 leaves calls in so long a function at its own threshold.
 function(orvek23_tune_passes target)
   target_compile_options(${target} PRIVATE
-    -falign-functions=64
-    "$<$<CXX_COMPILER_ID:GNU>:-fno-tree-vectorize;-fno-tree-ter;-flive-range-shrinkage>"
     # g++ 12 inlines only one of the adapter's own new and delete, then misses the other.
     $<$<CXX_COMPILER_ID:GNU>:-Wno-mismatched-new-delete>
     "$<$<CXX_COMPILER_ID:Clang>:SHELL:-mllvm -inline-threshold=100000>")

@@ -29,7 +29,7 @@ namespace tavo {
 
 template <class Model, class Path>
 struct Passes {
-  using Wide = typename Path::Wide;
+  using Block = typename Path::Block;
   using Coordinates = Eigen::Matrix<float, Model::nb_dofs, 1>;
   using BodyTransforms = std::array<ModelTransform, Model::nb_bodies>;
 
@@ -48,13 +48,17 @@ struct Passes {
                     KT::Math::Transform* poses) {
     metapod::jcalc<Model>::run_root(model, q);
     const ModelTransform& root = metapod::node<0>(model).sXp;  // world to root
-    const auto root_lanes = metapod::internal::broadcast<Wide>(root);
+    const auto root_lanes = metapod::internal::broadcast<Block>(root);
     invToKTMath(root, poses[0]);
-    // Eight bodies at a time; the last eight overlap the others.
-    constexpr std::size_t last = Model::nb_bodies - 8;
-    for (std::size_t i = 1; i < last + 8; i += 8) {
+    // As many bodies at a time as there are lanes; the last ones overlap the others.
+    constexpr std::size_t n = metapod::internal::block_size<Model, Block>,
+                          last = Model::nb_bodies - n;
+    for (std::size_t i = 1; i < last + n; i += n) {
       const std::size_t first = std::min(i, last);
-      world_poses(&iX1[first], root_lanes, &poses[first], std::make_index_sequence<8>{});
+      const auto body = metapod::internal::load_block<Model, Block>(&iX1[first]);
+      metapod::Spatial::store_lanes(invProdToKTMath(body, root_lanes),
+                                    metapod::internal::in_block<Model, Block>(
+                                        [&](std::size_t k) { return poses[first + k].m; }));
     }
   }
 
@@ -73,16 +77,6 @@ struct Passes {
   static void partial_first_moment(Model& model, const BodyTransforms& iX1, int excluded_id,
                                    metapod::Spatial::Vector3& mc_sum) {
     metapod::partial_com<Model>::template run<Path>(model, iX1.data(), excluded_id, mc_sum);
-  }
-
- private:
-  template <class RootLanes, std::size_t... n>
-  ORVEK23_INLINE static void world_poses(const ModelTransform* iX1, const RootLanes& root,
-                                         KT::Math::Transform* poses, std::index_sequence<n...>) {
-    using namespace metapod::Spatial;
-    const auto body = from_components<RootLanes>(
-        load_lanes<12, Wide>(std::array{metapod::internal::floats_of(iX1[n])...}));
-    store_lanes(invProdToKTMath(body, root), std::array{poses[n].m...});
   }
 };
 

@@ -7,6 +7,7 @@
 #include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
 #include "spatial/records.hpp"
+#include "spatial/wide_lanes.hpp"
 
 /// Joint motion subspaces: what a joint's coordinate rates do to its body. Featherstone 2008,
 /// section 3.3. The products run over the stored entries, except where a pattern is named.
@@ -49,8 +50,24 @@ class ConstraintMotionFreeFlyerBody {
     return {a[0], a[1], a[2], a[3], b[0], b[1]};
   }
 
+  /// The columns side by side: the linear ones in the low half, the angular ones in the high.
+  template <class Wide>
+  struct Columns {
+    MotionT<Lanes> linear, angular;
+  };
+  template <class Wide>
+  ORVEK23_INLINE Columns<Wide> columns() const {
+    return {lanes(0), lanes(3)};
+  }
+
  private:
   const float* floats(std::size_t j) const { return reinterpret_cast<const float*>(&columns_[j]); }
+
+  /// Columns j, j + 1 and j + 2.
+  ORVEK23_INLINE MotionT<Lanes> lanes(std::size_t j) const {
+    const auto e = load_lanes<6>(std::array{floats(j), floats(j + 1), floats(j + 2)});
+    return {{e[0], e[1], e[2]}, {e[3], e[4], e[5]}};
+  }
 
   std::array<Motion, 6> columns_;
 };
@@ -73,18 +90,17 @@ class ConstraintMotionAxisZT {
 
 using ConstraintMotionAxisZ = ConstraintMotionAxisZT<float>;
 
-/// I S, one force a column. Reads the two off-diagonal 3 x 3 blocks of S and takes the diagonal
-/// ones as zero.
-constexpr std::array<Force, 6> operator*(const Inertia& I, const ConstraintMotionFreeFlyerBody& S) {
-  const auto linear = [&](int j) {
-    const Vector3& v = S.column(j).v();
-    return Force(I.h().cross(v), I.m() * v);
+/// I S. Reads the two off-diagonal 3 x 3 blocks of S and takes the diagonal ones as zero.
+template <class Wide>
+ORVEK23_INLINE ForceT<Wide> operator*(const InertiaT<Lanes>& I,
+                                      const ConstraintMotionFreeFlyerBody::Columns<Wide>& S) {
+  const auto &v = S.linear.v(), &w = S.angular.w();
+  const auto join = [](const Vector3T<Lanes>& low,
+                       const Vector3T<Lanes>& high) ORVEK23_INLINE_LAMBDA {
+    return Vector3T<Wide>(joined<Wide>(low.x(), high.x()), joined<Wide>(low.y(), high.y()),
+                          joined<Wide>(low.z(), high.z()));
   };
-  const auto angular = [&](int j) {
-    const Vector3& w = S.column(j).w();
-    return Force(I.I() * w, -I.h().cross(w));
-  };
-  return {linear(0), linear(1), linear(2), angular(3), angular(4), angular(5)};
+  return {join(I.h().cross(v), I.I() * w), join(I.m() * v, -I.h().cross(w))};
 }
 
 /// I S from the pattern of S: its entries are not read.

@@ -9,11 +9,13 @@
 
 /// Instruction sets that the passes are compiled for. Both give the same bits.
 ///   Wide                 eight floats
+///   Block                as many floats as a register has, for records that are alike
 ///   Function<f>::call    f with everything that it calls inlined, functions of this kind excepted
 namespace metapod::Spatial {
 
 struct Baseline {
   using Wide = LanesPair;
+  using Block = Lanes;
 
   template <auto f>
   struct Function;
@@ -26,6 +28,7 @@ struct Baseline {
 #ifdef ORVEK23_HAS_AVX2_PATH
 struct Avx2 {
   using Wide = WideLanes;
+  using Block = WideLanes;
 
   template <auto f>
   struct Function;

@@ -73,7 +73,25 @@ ORVEK23_INLINE std::array<S, n> load_lanes(const std::array<const float*, nb_rec
   return values;
 }
 
-/// Four or fewer records for both halves of wide lanes.
+/// The n floats of a record, each in all lanes; of two records, each in all lanes of its half.
+template <std::size_t n, class S, std::size_t nb_records>
+ORVEK23_INLINE std::array<S, n> spread_record(const std::array<const float*, nb_records>& records) {
+  static_assert(n >= nb_lanes && nb_records == (is_wide<S> ? 2 : 1));
+  std::array<S, n> values;
+  unrolled<(n + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
+    constexpr std::size_t begin = 4 * block + 4 <= n ? 4 * block : n - 4;  // the last may overlap
+    const S row = internal::in_halves<S>([&](std::size_t half) ORVEK23_INLINE_LAMBDA {
+      return load_four(records[half / nb_lanes] + begin);
+    });
+    unrolled<4>([&](auto k) ORVEK23_INLINE_LAMBDA {
+      constexpr int lane = k;
+      values[begin + k] = shuffled<lane, lane, lane, lane>(row, row);
+    });
+  });
+  return values;
+}
+
+/// Four or fewer records, for both halves.
 template <std::size_t n>
 ORVEK23_INLINE std::array<const float*, 8> twice(const std::array<const float*, n>& records) {
   std::array<const float*, 8> halves;
@@ -81,19 +99,42 @@ ORVEK23_INLINE std::array<const float*, 8> twice(const std::array<const float*, 
   return halves;
 }
 
-/// Lane k of the values, as n floats, to record k.
-template <class S, std::size_t n, std::size_t nb_records>
+/// The first n lanes, side by side in memory.
+template <std::size_t n, class S>
+ORVEK23_INLINE void store_row(float* a, const S& row) {
+  store_first<(n < 4 ? n : 4)>(a, half<0>(row));
+  if constexpr (n > 4) store_first<n - 4>(a + 4, half<1>(row));
+}
+
+namespace internal {
+
+/// Lane first_lane + k of rows become columns, width floats, to record k.
+template <std::size_t first_lane, std::size_t width, class S, std::size_t nb_records>
+ORVEK23_INLINE void store_columns(const std::array<S, 4>& columns,
+                                  const std::array<float*, nb_records>& records,
+                                  std::size_t begin) {
+  unrolled<nb_records>([&](auto k) ORVEK23_INLINE_LAMBDA {
+    constexpr std::size_t lane = first_lane + k;
+    store_first<width>(records[k] + begin, half<lane / nb_lanes>(columns[lane % nb_lanes]));
+  });
+}
+
+}  // namespace internal
+
+/// Lane k of the values, as n floats, to record k; of wide lanes also the high half's to records of
+/// its own.
+template <class S, std::size_t n, std::size_t nb_records, std::size_t... nb_high>
 ORVEK23_INLINE void store_lanes(const std::array<S, n>& values,
-                                const std::array<float*, nb_records>& records) {
+                                const std::array<float*, nb_records>& records,
+                                const std::array<float*, nb_high>&... high_records) {
   unrolled<(n + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
     constexpr std::size_t begin = 4 * block, width = begin + 4 <= n ? 4 : n - begin;
     const auto row = [&](std::size_t k) ORVEK23_INLINE_LAMBDA {
       return values[begin + k % width];  // what stands beyond the width is not stored
     };
     const auto columns = transposed(row(0), row(1), row(2), row(3));
-    unrolled<nb_records>([&](auto k) ORVEK23_INLINE_LAMBDA {
-      store_first<width>(records[k] + begin, half<k / 4>(columns[k % 4]));
-    });
+    internal::store_columns<0, width>(columns, records, begin);
+    (internal::store_columns<nb_lanes, width>(columns, high_records, begin), ...);
   });
 }
 

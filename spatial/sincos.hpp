@@ -20,10 +20,14 @@ namespace internal {
 using Doubles [[gnu::vector_size(32)]] = double;
 using Longs [[gnu::vector_size(32)]] = std::int64_t;
 
-inline constexpr double largest_reduced_angle = 1e5;
+using Ints [[gnu::vector_size(16)]] = std::int32_t;
 
-ORVEK23_INLINE Doubles magnitude(const Doubles& x) {
-  return std::bit_cast<Doubles>(std::bit_cast<Longs>(x) & 0x7fffffffffffffff);
+inline constexpr float largest_reduced_angle = 1e5f;
+
+/// Without the sign a float's bits, read as an integer, order as its values do; infinities and NaNs
+/// come last.
+ORVEK23_INLINE Ints magnitude_bits(const Lanes& x) {
+  return std::bit_cast<Ints>(x) & 0x7fffffff;
 }
 
 /// For angles up to 1e5 rad. The angle is reduced by a multiple of pi/2 in two parts (Cody and
@@ -68,8 +72,8 @@ ORVEK23_INLINE SinCos reduced_sin_cos(const Doubles& angle) {
                                                          SinCos* results) {
   for (std::size_t k = 0; k < nb_lanes * n; ++k) {
     const std::size_t i = k / nb_lanes, lane = k % nb_lanes;
+    if (std::abs(angles[i][lane]) <= largest_reduced_angle) continue;
     const double angle = angles[i][lane];
-    if (std::abs(angle) <= largest_reduced_angle) continue;
     results[i].s[lane] = static_cast<float>(std::sin(angle));
     results[i].c[lane] = static_cast<float>(std::cos(angle));
   }
@@ -81,13 +85,16 @@ ORVEK23_INLINE SinCos reduced_sin_cos(const Doubles& angle) {
 template <std::size_t n>
 ORVEK23_INLINE std::array<SinCos, n> sin_cos(const std::array<Lanes, n>& angles) {
   std::array<SinCos, n> results;
-  internal::Longs in_range = ~internal::Longs{};
+  internal::Ints largest{};
   for (std::size_t k = 0; k < n; ++k) {
-    const auto angle = __builtin_convertvector(angles[k], internal::Doubles);
-    in_range &= internal::magnitude(angle) <= internal::largest_reduced_angle;
-    results[k] = internal::reduced_sin_cos(angle);
+    const Lanes& a = angles[k];
+    const internal::Ints magnitude = internal::magnitude_bits(a);
+    largest = magnitude > largest ? magnitude : largest;
+    results[k] = internal::reduced_sin_cos(internal::Doubles{a[0], a[1], a[2], a[3]});
   }
-  if ((in_range[0] & in_range[1] & in_range[2] & in_range[3]) == 0) [[unlikely]] {
+  const internal::Ints beyond =
+      largest > std::bit_cast<std::int32_t>(internal::largest_reduced_angle);
+  if ((beyond[0] | beyond[1] | beyond[2] | beyond[3]) != 0) [[unlikely]] {
     internal::replace_by_libm(angles.data(), n, results.data());
   }
   return results;

@@ -33,6 +33,8 @@ struct LanesPair {
 };
 
 template <class S>
+inline constexpr std::size_t nb_lanes_of = sizeof(S) / sizeof(float);
+template <class S>
 inline constexpr bool is_wide = sizeof(S) == 2 * sizeof(Lanes);
 
 /// The two halves as one; Wide is WideLanes or LanesPair.

@@ -10,6 +10,8 @@
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
+#include "algorithms/lanes.hpp"
+#include "spatial/components.hpp"
 #include "spatial/motion_subspace.hpp"
 #include "spatial/sincos.hpp"
 #include "spatial/transform.hpp"
@@ -175,9 +177,14 @@ TEST_F(SpatialTest, SubspacesAreReadWhereTheyShould) {
   const Inertia I = inertia();
   const Vector6 x{{1, -2, 3, 4, -5, 6}};
   Vector6 projected;
-  for (int j = 0; j < 6; ++j) {
-    projected[j] = S.transposed_times(F)[j];
-    IS.col(j) = dense((I * S)[j]);
+  for (int j = 0; j < 6; ++j) projected[j] = S.transposed_times(F)[j];
+  // Three columns a half, linear ones first.
+  const auto I_S = components(metapod::internal::broadcast(I) * S.columns<LanesPair>());
+  for (int k = 0; k < 6; ++k) {
+    for (int j = 0; j < 3; ++j) {
+      IS(k, j) = I_S[k].low[j];
+      IS(k, 3 + j) = I_S[k].high[j];
+    }
   }
   expect_equal(dense(S * RootCoordinates{1, -2, 3, 4, -5, 6}), dense_S * x);
   expect_equal(projected, dense_S.transpose() * dense(F));
