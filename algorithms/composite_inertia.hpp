@@ -2,6 +2,7 @@
 
 #include <cstddef>
 
+#include "algorithms/joint_transforms.hpp"
 #include "algorithms/lane_groups.hpp"
 #include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"

@@ -5,11 +5,12 @@
 #include <tuple>
 #include <utility>
 
+#include "algorithms/body_blocks.hpp"
 #include "algorithms/chains.hpp"
 #include "algorithms/composite_inertia.hpp"
 #include "algorithms/joint_forces.hpp"
+#include "algorithms/joint_transforms.hpp"
 #include "algorithms/lanes.hpp"
-#include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
 #include "spatial/components.hpp"
 #include "spatial/force.hpp"

@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 
+#include "algorithms/body_blocks.hpp"
+#include "algorithms/joint_transforms.hpp"
 #include "algorithms/lane_groups.hpp"
 #include "algorithms/lanes.hpp"
 #include "algorithms/moment_sum.hpp"

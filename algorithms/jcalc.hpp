@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 
+#include "algorithms/joint_transforms.hpp"
 #include "algorithms/lane_groups.hpp"
 #include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"

@@ -119,7 +119,7 @@ class JointForces {
     if constexpr (Chain::size == 1) {
       return f(low);
     } else {
-      return joined<S>(f(low), f(std::integral_constant<std::size_t, 1>{}));
+      return side_by_side<S>(f(low), f(std::integral_constant<std::size_t, 1>{}));
     }
   }
 

@@ -11,16 +11,19 @@
 #include "spatial/inertia.hpp"
 #include "spatial/lanes.hpp"
 #include "spatial/records.hpp"
-#include "spatial/rotation.hpp"
-#include "spatial/transform.hpp"
+#include "spatial/value_lanes.hpp"
 #include "spatial/wide_lanes.hpp"
 
 /// Values of a group's nodes side by side: between the nodes and the lanes, and between the lanes
 /// of one group and another's.
 namespace metapod::internal {
 
-template <class T, class S = Spatial::Lanes>
-using OnLanes = Spatial::Rebound<T, S>;
+using Spatial::both_halves;
+using Spatial::broadcast;
+using Spatial::floats_of;
+using Spatial::half_of;
+using Spatial::OnLanes;
+using Spatial::side_by_side;
 
 /// One value a group, a lane a node; group 0 holds the root's in every lane. Nothing is set at
 /// first. S may be wide: then each half has a lane a node.
@@ -59,16 +62,6 @@ ORVEK23_INLINE constexpr auto for_nodes(F f) {
   (std::make_index_sequence<group<Model, g>.size>{});
 }
 
-/// The floats that a spatial value consists of.
-template <class T>
-ORVEK23_INLINE const float* floats_of(const T& value) {
-  return reinterpret_cast<const float*>(&value);
-}
-template <class T>
-ORVEK23_INLINE float* floats_of(T& value) {
-  return reinterpret_cast<float*>(&value);
-}
-
 /// The values that of(id) refers to, of the group's nodes.
 template <class Model, std::size_t g, class Of>
 ORVEK23_INLINE auto load(Of of) {
@@ -83,28 +76,6 @@ ORVEK23_INLINE void store(const T& value, Of of) {
   const auto records =
       for_nodes<Model, g>([&](auto id) ORVEK23_INLINE_LAMBDA { return floats_of(of(id)); });
   Spatial::store_lanes(Spatial::components(value), records);
-}
-
-/// Values on lanes as the halves of one on wide lanes.
-template <class Wide, class L>
-ORVEK23_INLINE Spatial::Rebound<L, Wide> joined(const L& low, const L& high) {
-  const auto a = Spatial::components(low), b = Spatial::components(high);
-  Spatial::ComponentArray<Spatial::Rebound<L, Wide>> e;
-  Spatial::unrolled<e.size()>(
-      [&](auto k) ORVEK23_INLINE_LAMBDA { e[k] = Spatial::joined<Wide>(a[k], b[k]); });
-  return Spatial::from_components<Spatial::Rebound<L, Wide>>(e);
-}
-template <class Wide, class L>
-ORVEK23_INLINE Spatial::Rebound<L, Wide> both_halves(const L& value) {
-  return joined<Wide>(value, value);
-}
-template <std::size_t n, class W>
-ORVEK23_INLINE OnLanes<W> half_of(const W& value) {
-  const auto wide = Spatial::components(value);
-  Spatial::ComponentArray<OnLanes<W>> e;
-  Spatial::unrolled<e.size()>([&](auto k)
-                                  ORVEK23_INLINE_LAMBDA { e[k] = Spatial::half<n>(wide[k]); });
-  return Spatial::from_components<OnLanes<W>>(e);
 }
 
 /// The inertias of the group's bodies, in both halves.
@@ -124,16 +95,6 @@ ORVEK23_INLINE std::array<float, Spatial::nb_lanes> coordinates(const Vector& x)
     e[lane] = x[NodeOf<Model, group<Model, g>.ids[lane]>::first_dof];
   });
   return e;
-}
-
-/// The value in every lane.
-template <class S = Spatial::Lanes, class T>
-ORVEK23_INLINE OnLanes<T, S> broadcast(const T& value) {
-  const auto e = Spatial::components(value);
-  Spatial::ComponentArray<OnLanes<T, S>> lanes;
-  Spatial::unrolled<e.size()>(
-      [&](auto k) ORVEK23_INLINE_LAMBDA { lanes[k] = Spatial::all_lanes<S>(e[k]); });
-  return Spatial::from_components<OnLanes<T, S>>(lanes);
 }
 
 /// Lane k of the result is lane places[k].lane of group places[k].group, or -0 if that is nowhere:
@@ -220,34 +181,5 @@ ORVEK23_INLINE T plus_root_children(const T& value, const PerGroup<Model, T>& va
   });
   return sum;
 }
-
-/// sXp of every group's nodes but the root's, each in its kind. Joint calculation leaves it to the
-/// pass that follows; other passes load it from the nodes.
-template <class Model>
-class JointTransforms {
- public:
-  template <std::size_t g>
-  using Value = OnLanes<decltype(NodeLike<Model, g>::sXp)>;
-
-  template <std::size_t g>
-  ORVEK23_INLINE void set(const Value<g>& value) {
-    Spatial::Components<Value<g>>::write(value, e_[g].data());
-  }
-  template <std::size_t g>
-  ORVEK23_INLINE Value<g> get() const {
-    return Spatial::Components<Value<g>>::value(e_[g].data());
-  }
-  ORVEK23_INLINE const Spatial::Lanes* at(std::size_t g) const { return e_[g].data(); }
-
-  ORVEK23_INLINE void load_from(const Model& model) {
-    Spatial::unrolled<nb_groups<Model> - 1>([&](auto n) ORVEK23_INLINE_LAMBDA {
-      set<n + 1>(load<Model, n + 1>([&](auto id) -> const auto& { return node<id>(model).sXp; }));
-    });
-  }
-
- private:
-  using Largest = Spatial::TransformT<Spatial::RotationMatrixT<Spatial::Lanes>>;
-  std::array<Spatial::ComponentArray<Largest>, nb_groups<Model>> e_;
-};
 
 }  // namespace metapod::internal

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <utility>
 
+#include "algorithms/body_blocks.hpp"
 #include "algorithms/lanes.hpp"
 #include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"

@@ -3,6 +3,7 @@
 #include <cstddef>
 
 #include "algorithms/jcalc.hpp"
+#include "algorithms/joint_transforms.hpp"
 #include "algorithms/lane_groups.hpp"
 #include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"
@@ -84,7 +85,7 @@ struct rnea<Model, false> {
     const auto X_va = X * Spatial::from_components<OnLanes<Motion, Wide>>(of_parents);
     const auto v = half_of<0>(X_va) + vj;
     const auto a = half_of<1>(X_va) + S * own.ddq + cj + v.cross(vj);
-    const auto va = joined<Wide>(v, a);
+    const auto va = side_by_side<Wide>(v, a);
     const auto I_va = I * va;
     own.f = Spatial::components(cross(v, half_of<0>(I_va)) + half_of<1>(I_va) - fext);
     of_group = Spatial::components(va);
@@ -154,8 +155,8 @@ struct rnea<Model, false> {
            i.vi.cross(joint.vj);
     const auto& inertia = Model::inertias[0];
     joint.f = cross(i.vi, inertia * i.vi) + inertia * i.ai - fext[0];
-    state.va.set(0, internal::joined<typename Path::Wide>(internal::broadcast(i.vi),
-                                                          internal::broadcast(i.ai)));
+    state.va.set(0, internal::side_by_side<typename Path::Wide>(internal::broadcast(i.vi),
+                                                                internal::broadcast(i.ai)));
   }
 
   template <class Path, class Torques>

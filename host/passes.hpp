@@ -7,9 +7,11 @@
 
 #include <Eigen/Core>
 
+#include "algorithms/body_blocks.hpp"
 #include "algorithms/crba.hpp"
 #include "algorithms/fwd_kin_iX1.hpp"
 #include "algorithms/jcalc.hpp"
+#include "algorithms/joint_transforms.hpp"
 #include "algorithms/lanes.hpp"
 #include "algorithms/partial_com.hpp"
 #include "algorithms/rnea.hpp"

@@ -10,11 +10,11 @@
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
-#include "algorithms/lanes.hpp"
 #include "spatial/components.hpp"
 #include "spatial/motion_subspace.hpp"
 #include "spatial/sincos.hpp"
 #include "spatial/transform.hpp"
+#include "spatial/value_lanes.hpp"
 #include "tests/robot.hpp"
 
 namespace {
@@ -179,7 +179,7 @@ TEST_F(SpatialTest, SubspacesAreReadWhereTheyShould) {
   Vector6 projected;
   for (int j = 0; j < 6; ++j) projected[j] = S.transposed_times(F)[j];
   // Three columns a half, linear ones first.
-  const auto I_S = components(metapod::internal::broadcast(I) * S.columns<LanesPair>());
+  const auto I_S = components(broadcast(I) * S.columns<LanesPair>());
   for (int k = 0; k < 6; ++k) {
     for (int j = 0; j < 3; ++j) {
       IS(k, j) = I_S[k].low[j];
