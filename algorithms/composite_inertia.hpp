@@ -30,11 +30,11 @@ struct CompositeInertias {
     ORVEK23_INLINE static void finish(M& model, CompositeInertias& state, const int& excluded_id) {
       const auto own =
           load<M, g>([&](auto id) -> const auto& { return own_inertia<id>(excluded_id); });
-      const auto Ic = plus_children<M, g, Inertia>(own, state.Ic_in_parent);
-      state.Ic.set(g, Ic);
+      const auto Ic = plus_children<M, g>(own, state.Ic_in_parent);
+      state.Ic[g] = Ic;
       using Transform = typename JointTransforms<M>::template Value<g>;
-      Path::template Function<&carry_to_parent<Transform>>::call(state.sXp.at(g), state.Ic.at(g),
-                                                                 state.Ic_in_parent.at(g));
+      Path::template Function<&carry_to_parent<Transform>>::call(
+          state.sXp.template of_group<g>(), state.Ic[g], state.Ic_in_parent[g]);
       store<M, g>(
           Ic, [&](auto id) -> auto& { return node<id>(model).Iic; });
     }
@@ -42,20 +42,18 @@ struct CompositeInertias {
 
   ORVEK23_INLINE void run(Model& model, const int& excluded_id) {
     inward_traversal<Visitor, Model>::run(model, *this, excluded_id);
-    node<0>(model).Iic =
-        plus_root_children<Model, Inertia>(own_inertia<0>(excluded_id), Ic_in_parent);
+    node<0>(model).Iic = plus_root_children<Model>(own_inertia<0>(excluded_id), Ic_in_parent);
   }
 
  private:
   static constexpr Inertia massless{};
-  using LaneInertia = Spatial::ComponentArray<OnLanes<Inertia>>;
 
   /// In memory and not inlined: the groups of a kind share it.
   template <class Transform>
-  static void carry_to_parent(const Spatial::Lanes* X, const LaneInertia& Ic,
-                              LaneInertia& in_parent) {
-    in_parent = Spatial::components(Spatial::Components<Transform>::value(X).applyInv(
-        Spatial::from_components<OnLanes<Inertia>>(Ic)));
+  static void carry_to_parent(const Spatial::Stored<Transform>& sXp,
+                              const Spatial::Stored<OnLanes<Inertia>>& Ic,
+                              Spatial::Stored<OnLanes<Inertia>>& in_parent) {
+    in_parent = (*sXp).applyInv(*Ic);
   }
 
   template <int id>

@@ -41,8 +41,8 @@ template <class Model, std::size_t g>
 struct FwdKiniX1Visitor {
   ORVEK23_INLINE static void discover(Model&, FwdKiniX1State<Model>& state,
                                       BodyTransform* const& iX1) {
-    const auto X = state.sXp.template get<g>() * of_parents<Model, g>(state.iX1);
-    state.iX1.set(g, X);
+    const auto X = *state.sXp.template of_group<g>() * of_parents<Model, g>(state.iX1);
+    state.iX1[g] = X;
     store<Model, g>(
         X, [&](auto id) -> auto& { return iX1[id]; });
   }
@@ -70,7 +70,7 @@ struct fwd_kin_iX1 {
   ORVEK23_INLINE static void run(Model& model, const internal::JointTransforms<Model>& sXp,
                                  internal::BodyTransform* iX1, float* J, Spatial::Vector3& mc_sum) {
     internal::FwdKiniX1State<Model> state{sXp, {}};
-    state.iX1.set(0, internal::broadcast(iX1[0]));
+    state.iX1[0] = internal::broadcast(iX1[0]);
     internal::outward_traversal<internal::FwdKiniX1Visitor, Model>::run(model, state, iX1);
 
     internal::Moments<Model> moments;

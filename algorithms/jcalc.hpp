@@ -83,7 +83,7 @@ struct JcalcPosVisitor {
     const typename JointTransforms<Model>::template Value<g> X(turn * Xt.E(), Xt.r());
     store<Model, g>(
         X, [&](auto id) -> auto& { return node<id>(model).sXp; });
-    sXp.template set<g>(X);
+    sXp.template of_group<g>() = X;
   }
 };
 

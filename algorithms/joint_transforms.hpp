@@ -1,15 +1,14 @@
 #pragma once
 
-#include <array>
 #include <cstddef>
+#include <tuple>
+#include <utility>
 
 #include "algorithms/lane_groups.hpp"
 #include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"
-#include "spatial/components.hpp"
 #include "spatial/lanes.hpp"
-#include "spatial/rotation.hpp"
-#include "spatial/transform.hpp"
+#include "spatial/value_lanes.hpp"
 
 namespace metapod::internal {
 
@@ -22,24 +21,26 @@ class JointTransforms {
   using Value = OnLanes<decltype(NodeLike<Model, g>::sXp)>;
 
   template <std::size_t g>
-  ORVEK23_INLINE void set(const Value<g>& value) {
-    Spatial::Components<Value<g>>::write(value, e_[g].data());
+  ORVEK23_INLINE Spatial::Stored<Value<g>>& of_group() {
+    return std::get<g>(values_);
   }
   template <std::size_t g>
-  ORVEK23_INLINE Value<g> get() const {
-    return Spatial::Components<Value<g>>::value(e_[g].data());
+  ORVEK23_INLINE const Spatial::Stored<Value<g>>& of_group() const {
+    return std::get<g>(values_);
   }
-  ORVEK23_INLINE const Spatial::Lanes* at(std::size_t g) const { return e_[g].data(); }
 
   ORVEK23_INLINE void load_from(const Model& model) {
     Spatial::unrolled<nb_groups<Model> - 1>([&](auto n) ORVEK23_INLINE_LAMBDA {
-      set<n + 1>(load<Model, n + 1>([&](auto id) -> const auto& { return node<id>(model).sXp; }));
+      of_group<n + 1>() =
+          load<Model, n + 1>([&](auto id) -> const auto& { return node<id>(model).sXp; });
     });
   }
 
  private:
-  using Largest = Spatial::TransformT<Spatial::RotationMatrixT<Spatial::Lanes>>;
-  std::array<Spatial::ComponentArray<Largest>, nb_groups<Model>> e_;
+  template <std::size_t... g>
+  static std::tuple<Spatial::Stored<Value<g>>...> all(std::index_sequence<g...>);
+
+  decltype(all(std::make_index_sequence<nb_groups<Model>>{})) values_;
 };
 
 }  // namespace metapod::internal

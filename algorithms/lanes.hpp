@@ -25,29 +25,10 @@ using Spatial::half_of;
 using Spatial::OnLanes;
 using Spatial::side_by_side;
 
-/// One value a group, a lane a node; group 0 holds the root's in every lane. Nothing is set at
-/// first. S may be wide: then each half has a lane a node.
+/// One value a group, a lane a node; group 0 holds the root's in every lane. S may be wide: then
+/// each half has a lane a node.
 template <class Model, class T, class S = Spatial::Lanes>
-class PerGroup {
- public:
-  using Value = OnLanes<T, S>;
-
-  PerGroup() {}  // not = default, which {} would turn into zeros
-
-  ORVEK23_INLINE void set(std::size_t g, const Value& value) {
-    Spatial::Components<Value>::write(value, e_[g].data());
-  }
-  ORVEK23_INLINE Value operator[](std::size_t g) const {
-    return Spatial::from_components<Value>(e_[g]);
-  }
-  ORVEK23_INLINE S component(std::size_t g, std::size_t k) const { return e_[g][k]; }
-  /// In memory, for functions that groups share.
-  ORVEK23_INLINE Spatial::ComponentArray<Value>& at(std::size_t g) { return e_[g]; }
-  ORVEK23_INLINE const Spatial::ComponentArray<Value>& at(std::size_t g) const { return e_[g]; }
-
- private:
-  std::array<Spatial::ComponentArray<Value>, nb_groups<Model>> e_;
-};
+using PerGroup = std::array<Spatial::Stored<OnLanes<T, S>>, nb_groups<Model>>;
 
 template <class Model, std::size_t g, std::size_t lane>
 using NodeId = std::integral_constant<int, group<Model, g>.ids[lane]>;
@@ -101,7 +82,7 @@ ORVEK23_INLINE std::array<float, Spatial::nb_lanes> coordinates(const Vector& x)
 /// adding -0 changes nothing.
 template <const Places& places, class Values>
 ORVEK23_INLINE auto gathered(const Values& values) {
-  using L = typename Values::Value;
+  using L = typename Values::value_type::Value;
   using S = typename Spatial::Components<L>::Scalar;
   constexpr Place a = places[0], b = places[1], c = places[2], d = places[3];
   constexpr Place other = b.group != a.group ? b : c.group != a.group ? c : d;
@@ -111,7 +92,7 @@ ORVEK23_INLINE auto gathered(const Values& values) {
   Spatial::ComponentArray<L> e;
   Spatial::unrolled<e.size()>([&](auto k) ORVEK23_INLINE_LAMBDA {
     const auto from = [&](const Place& p) ORVEK23_INLINE_LAMBDA {
-      return p.group == nowhere ? -S{} : values.component(p.group, k);
+      return p.group == nowhere ? -S{} : values[p.group].components()[k];
     };
     if constexpr (two_groups) {
       constexpr int la = a.lane, lb = b.lane + (b.group == a.group ? 0 : 4),
@@ -129,43 +110,44 @@ ORVEK23_INLINE auto gathered(const Values& values) {
 }
 
 /// What the parents of the group's nodes have in values.
-template <class Model, std::size_t g, class T, class S>
-ORVEK23_INLINE OnLanes<T, S> of_parents(const PerGroup<Model, T, S>& values) {
+template <class Model, std::size_t g, class Values>
+ORVEK23_INLINE auto of_parents(const Values& values) {
   return gathered<parent_places<Model, g>>(values);
 }
 
 /// The same in memory: where it stands if that is the parents' group as it is, else in scratch.
-template <class Model, std::size_t g, class T, class S, class Scratch>
-ORVEK23_INLINE const Scratch& of_parents(const PerGroup<Model, T, S>& values, Scratch& scratch) {
+template <class Model, std::size_t g, class Values>
+ORVEK23_INLINE const auto& of_parents(const Values& values, typename Values::value_type& scratch) {
   constexpr Places places = parent_places<Model, g>;
   if constexpr (is_group(places)) {
-    return values.at(places[0].group);
+    return values[places[0].group];
   } else {
-    scratch = Spatial::components(of_parents<Model, g>(values));
+    scratch = of_parents<Model, g>(values);
     return scratch;
   }
 }
 
 /// value + what the children of the group's nodes have in values, children in ascending order.
-template <class Model, std::size_t g, class T, std::size_t n = 0>
-ORVEK23_INLINE OnLanes<T> plus_children(const OnLanes<T>& value, const PerGroup<Model, T>& values) {
+template <class Model, std::size_t g, std::size_t n = 0, class L, class Values>
+ORVEK23_INLINE L plus_children(const L& value, const Values& values) {
   if constexpr (is_anywhere(child_places<Model, g, n>)) {
-    return plus_children<Model, g, T, n + 1>(value + gathered<child_places<Model, g, n>>(values),
-                                             values);
+    return plus_children<Model, g, n + 1>(value + gathered<child_places<Model, g, n>>(values),
+                                          values);
   } else {
     return value;
   }
 }
 
 /// The same for the root, which is one value and not lanes: summed four floats at a time.
-template <class Model, class T>
-ORVEK23_INLINE T plus_root_children(const T& value, const PerGroup<Model, T>& values) {
+template <class Model, class T, class Values>
+ORVEK23_INLINE T plus_root_children(const T& value, const Values& values) {
   constexpr std::size_t n = Spatial::Components<T>::size, nb_rows = (n + 3) / 4;
   std::array<std::array<Spatial::Lanes, nb_rows>, Model::nb_bodies> of_node;
   Spatial::unrolled<nb_groups<Model> - 1>([&](auto k) ORVEK23_INLINE_LAMBDA {
     std::array<Spatial::Lanes, 4 * nb_rows> padded;
-    Spatial::unrolled<4 * nb_rows>(
-        [&](auto i) ORVEK23_INLINE_LAMBDA { padded[i] = values.component(k + 1, i < n ? i : 0); });
+    Spatial::unrolled<4 * nb_rows>([&](auto i) ORVEK23_INLINE_LAMBDA {
+      padded[i] = values[k + 1].components()[i < n ? i : 0];
+    });
     Spatial::store_lanes(padded,
                          for_nodes<Model, k + 1>([&](auto id) { return floats_of(of_node[id]); }));
   });

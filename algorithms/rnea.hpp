@@ -52,10 +52,10 @@ struct rnea<Model, false> {
   struct Own {
     using Wide = typename Path::Wide;
 
-    Spatial::ComponentArray<internal::OnLanes<Spatial::ConstraintMotionAxisZ>> S;
-    Spatial::ComponentArray<internal::OnLanes<Spatial::Inertia, Wide>> inertia;  // in both halves
+    Spatial::Stored<internal::OnLanes<Spatial::ConstraintMotionAxisZ>> S;
+    Spatial::Stored<internal::OnLanes<Spatial::Inertia, Wide>> inertia;  // in both halves
     Lanes dq, ddq;
-    Spatial::ComponentArray<internal::OnLanes<Force>> fext, f;
+    Spatial::Stored<internal::OnLanes<Force>> fext, f;
   };
 
   /// Velocity and acceleration take the same transform and the same inertia: side by side, v in the
@@ -70,25 +70,24 @@ struct rnea<Model, false> {
     internal::PerGroup<Model, Force> f_in_parent;
   };
 
+  template <class Path>
+  using VandA = Spatial::Stored<internal::OnLanes<Motion, typename Path::Wide>>;
+
   /// From parents to children. In memory and not inlined: the groups of a kind share it.
   template <class Path, class Transform>
-  static void step_outward(const Lanes* sXp, const std::array<typename Path::Wide, 6>& of_parents,
-                           Own<Path>& own, std::array<typename Path::Wide, 6>& of_group) {
+  static void step_outward(const Spatial::Stored<Transform>& sXp, const VandA<Path>& of_parents,
+                           Own<Path>& own, VandA<Path>& of_group) {
     using namespace internal;
     using Wide = typename Path::Wide;
-    const auto X = both_halves<Wide>(Spatial::Components<Transform>::value(sXp));
-    const auto I = Spatial::from_components<OnLanes<Spatial::Inertia, Wide>>(own.inertia);
-    const auto S = Spatial::from_components<OnLanes<Spatial::ConstraintMotionAxisZ>>(own.S);
-    const auto fext = Spatial::from_components<OnLanes<Force>>(own.fext);
     const OnLanes<Motion> vj({Lanes{}, Lanes{}, own.dq}, {}), cj;
 
-    const auto X_va = X * Spatial::from_components<OnLanes<Motion, Wide>>(of_parents);
+    const auto X_va = both_halves<Wide>(*sXp) * *of_parents;
     const auto v = half_of<0>(X_va) + vj;
-    const auto a = half_of<1>(X_va) + S * own.ddq + cj + v.cross(vj);
+    const auto a = half_of<1>(X_va) + *own.S * own.ddq + cj + v.cross(vj);
     const auto va = side_by_side<Wide>(v, a);
-    const auto I_va = I * va;
-    own.f = Spatial::components(cross(v, half_of<0>(I_va)) + half_of<1>(I_va) - fext);
-    of_group = Spatial::components(va);
+    const auto I_va = *own.inertia * va;
+    of_group = va;
+    own.f = cross(v, half_of<0>(I_va)) + half_of<1>(I_va) - *own.fext;
   }
 
   template <class M, std::size_t g>
@@ -100,16 +99,15 @@ struct rnea<Model, false> {
       using Wide = typename Path::Wide;
       using Transform = typename JointTransforms<M>::template Value<g>;
       Own<Path>& own = state.own[g];
-      own.S = Spatial::components(
-          load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; }));
-      own.fext = Spatial::components(load<M, g>([&](auto id) -> const auto& { return fext[id]; }));
-      own.inertia = Spatial::components(load_inertias<M, g, Wide>());
+      own.S = load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; });
+      own.fext = load<M, g>([&](auto id) -> const auto& { return fext[id]; });
+      own.inertia = load_inertias<M, g, Wide>();
       own.dq = rates<M, g>(dq);
       own.ddq = rates<M, g>(ddq);
-      std::array<Wide, 6> scratch;
+      VandA<Path> scratch;
       Path::template Function<&step_outward<Path, Transform>>::call(
-          state.sXp.at(g), of_parents<M, g>(state.va, scratch), own, state.va.at(g));
-      Spatial::store_lanes(state.va.at(g),
+          state.sXp.template of_group<g>(), of_parents<M, g>(state.va, scratch), own, state.va[g]);
+      Spatial::store_lanes(state.va[g].components(),
                            for_nodes<M, g>([&](auto id) { return floats_of(node<id>(model).vi); }),
                            for_nodes<M, g>([&](auto id) { return floats_of(node<id>(model).ai); }));
     }
@@ -119,15 +117,13 @@ struct rnea<Model, false> {
                                       const Force* const&, Torques& torques) {
       using namespace internal;
       const auto& own = state.own[g];
-      const auto f = plus_children<M, g, Force>(Spatial::from_components<OnLanes<Force>>(own.f),
-                                                state.f_in_parent);
-      const auto S = Spatial::from_components<OnLanes<Spatial::ConstraintMotionAxisZ>>(own.S);
-      const Lanes tau = S.transposed_times(f);
+      const auto f = plus_children<M, g>(*own.f, state.f_in_parent);
+      const Lanes tau = (*own.S).transposed_times(f);
       std::size_t lane = 0;
       for_nodes<M, g>([&](auto id) ORVEK23_INLINE_LAMBDA {
         return torques[NodeOf<M, id>::first_dof] = tau[lane++];
       });
-      state.f_in_parent.set(g, state.sXp.template get<g>().applyInv(f));
+      state.f_in_parent[g] = (*state.sXp.template of_group<g>()).applyInv(f);
       store<M, g>(
           f, [&](auto id) -> auto& { return node<id>(model).joint.f; });
     }
@@ -155,14 +151,14 @@ struct rnea<Model, false> {
            i.vi.cross(joint.vj);
     const auto& inertia = Model::inertias[0];
     joint.f = cross(i.vi, inertia * i.vi) + inertia * i.ai - fext[0];
-    state.va.set(0, internal::side_by_side<typename Path::Wide>(internal::broadcast(i.vi),
-                                                                internal::broadcast(i.ai)));
+    state.va[0] = internal::side_by_side<typename Path::Wide>(internal::broadcast(i.vi),
+                                                              internal::broadcast(i.ai));
   }
 
   template <class Path, class Torques>
   ORVEK23_INLINE static void finish_root(Model& model, State<Path>& state, Torques& torques) {
     auto& joint = node<0>(model).joint;
-    joint.f = internal::plus_root_children<Model, Force>(joint.f, state.f_in_parent);
+    joint.f = internal::plus_root_children<Model>(joint.f, state.f_in_parent);
     const Spatial::RootCoordinates tau = joint.S.transposed_times(joint.f);
     for (std::size_t j = 0; j < tau.size(); ++j) torques[static_cast<int>(j)] = tau[j];
   }

@@ -23,6 +23,25 @@ ORVEK23_INLINE float* floats_of(T& value) {
   return reinterpret_cast<float*>(&value);
 }
 
+/// A value in memory; nothing is set at first.
+template <class T>
+class Stored {
+ public:
+  using Value = T;
+
+  Stored() {}  // not = default, which {} would turn into zeros
+
+  ORVEK23_INLINE Stored& operator=(const T& value) {
+    Components<T>::write(value, e_.data());
+    return *this;
+  }
+  ORVEK23_INLINE T operator*() const { return from_components<T>(e_); }
+  ORVEK23_INLINE const ComponentArray<T>& components() const { return e_; }
+
+ private:
+  ComponentArray<T> e_;
+};
+
 /// The value in every lane.
 template <class S = Lanes, class T>
 ORVEK23_INLINE OnLanes<T, S> broadcast(const T& value) {
