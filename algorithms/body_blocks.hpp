@@ -13,7 +13,8 @@
 #include "spatial/transform.hpp"
 #include "spatial/wide_lanes.hpp"
 
-/// What needs one body alone is computed for neighbours in the order of the ids, one a lane.
+/// What needs one body alone is computed for neighbours in the order of the ids, one a lane, by one
+/// function for all blocks (8 % of kinematics and mass matrix, 10 % of kinematics alone).
 namespace metapod::internal {
 
 using BodyTransform = Spatial::TransformT<Spatial::RotationMatrix>;

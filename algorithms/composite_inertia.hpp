@@ -48,7 +48,8 @@ struct CompositeInertias {
  private:
   static constexpr Inertia massless{};
 
-  /// In memory and not inlined: the groups of a kind share it.
+  /// In memory and not inlined: the groups of a kind share it, which is less code to fetch (6 % of
+  /// the mass matrix).
   template <class Transform>
   static void carry_to_parent(const Spatial::Stored<Transform>& sXp,
                               const Spatial::Stored<OnLanes<Inertia>>& Ic,
