@@ -1,15 +1,11 @@
-#include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ktmath/ktmath.hpp>
 #include <map>
+#include <optional>
 #include <random>
-#include <sstream>
 #include <string>
-#include <sys/wait.h>
+#include <utility>
 #include <vector>
 
 #include <Eigen/Geometry>
@@ -17,96 +13,25 @@
 
 #include "apps/replay/motion_file.hpp"
 #include "apps/replay/rates.hpp"
+#include "tests/replay_fixture.hpp"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Eigen::Vector3d, Eigen::VectorXd;
-using Table = std::vector<std::vector<std::string>>;
 
-std::string contents(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+VectorXd not_given(Eigen::Index coordinates) {
+  return VectorXd::Constant(coordinates, std::nan(""));
 }
 
-Table table(const std::string& text) {
-  Table rows;
-  std::istringstream lines(text);
-  for (std::string line; std::getline(lines, line);) {
-    std::istringstream cells(line);
-    rows.emplace_back();
-    for (std::string cell; std::getline(cells, cell, ',');) rows.back().push_back(cell);
-  }
-  return rows;
+std::vector<replay::State> states_of(const std::vector<replay::Sample>& samples) {
+  std::size_t next = 0;
+  replay::StateStream stream([&]() -> std::optional<replay::Sample> {
+    return next < samples.size() ? std::optional(samples[next++]) : std::nullopt;
+  });
+  std::vector<replay::State> states;
+  while (auto state = stream.next()) states.push_back(*state);
+  return states;
 }
-
-std::string text(const Table& rows) {
-  std::string result;
-  for (const auto& row : rows) {
-    for (const auto& cell : row) result += (&cell == &row.front() ? "" : ",") + cell;
-    result += "\n";
-  }
-  return result;
-}
-
-std::size_t column(const Table& rows, const std::string& name) {
-  const auto found = std::find(rows[0].begin(), rows[0].end(), name);
-  EXPECT_NE(found, rows[0].end()) << name;
-  return static_cast<std::size_t>(found - rows[0].begin());
-}
-
-double largest(const Table& rows, const std::string& name) {
-  double result = 0;
-  for (std::size_t i = 1, c = column(rows, name); i < rows.size(); ++i) {
-    result = std::max(result, std::abs(std::stod(rows[i][c])));
-  }
-  return result;
-}
-
-const Table& walk() {
-  static const Table rows = table(contents(WALK_CSV));
-  return rows;
-}
-
-Table first_rows(std::size_t samples) {
-  return {walk().begin(), walk().begin() + 1 + static_cast<std::ptrdiff_t>(samples)};
-}
-
-// Runs the program in a folder of its own.
-class Replay : public ::testing::Test {
- protected:
-  Replay() {
-    std::string pattern = ::testing::TempDir() + "replay_XXXXXX";
-    folder_ = mkdtemp(pattern.data());
-  }
-  ~Replay() override { fs::remove_all(folder_); }
-
-  void write(const std::string& name, const std::string& bytes) const {
-    std::ofstream(folder_ / name, std::ios::binary) << bytes;
-  }
-  std::string read(const std::string& name) const { return contents(folder_ / name); }
-
-  int run(const std::string& arguments, const std::string& plugin = PLUGIN_PATH) const {
-    const std::string command = "cd '" + folder_.string() + "' && '" REPLAY_PROGRAM "' --plugin '" +
-                                plugin + "' " + arguments + " >out 2>err";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  Table results(const std::string& motion, const std::string& options = "") const {
-    write("motion.csv", motion);
-    EXPECT_EQ(run("motion.csv -o results.csv " + options), 0) << read("err");
-    return table(read("results.csv"));
-  }
-  std::vector<std::string> files() const {
-    std::vector<std::string> names;
-    for (const auto& entry : fs::directory_iterator(folder_))
-      names.push_back(entry.path().filename());
-    std::sort(names.begin(), names.end());
-    return names;
-  }
-
-  fs::path folder_;
-};
 
 // A screw motion of the root and one joint with constant acceleration, at uneven times.
 TEST(Rates, AreCentralDifferencesOverUnevenSteps) {
@@ -116,14 +41,15 @@ TEST(Rates, AreCentralDifferencesOverUnevenSteps) {
   std::vector<replay::Sample> samples;
   for (const double time : t) {
     const Eigen::Matrix3d R = R0 * Eigen::AngleAxisd(w.norm() * time, w.normalized());
-    samples.push_back({time, u_world * time, R, VectorXd::Constant(1, 2 * time * time), {}});
+    samples.push_back({time,
+                       u_world * time,
+                       R,
+                       VectorXd::Constant(1, 2 * time * time),
+                       {},
+                       not_given(7),
+                       not_given(7)});
   }
-  std::size_t next = 0;
-  replay::StateStream stream([&]() -> std::optional<replay::Sample> {
-    return next < samples.size() ? std::optional(samples[next++]) : std::nullopt;
-  });
-  std::vector<replay::State> states;
-  while (auto state = stream.next()) states.push_back(*state);
+  const std::vector<replay::State> states = states_of(samples);
   ASSERT_EQ(states.size(), t.size());
 
   const std::size_t last = t.size() - 1;
@@ -146,11 +72,35 @@ TEST(Rates, AreCentralDifferencesOverUnevenSteps) {
   }
 }
 
+// Two joints at rest by their angles: one is said to move, the other to accelerate.
+TEST(Rates, GivenOnesStandAndVelocitiesAreDifferentiated) {
+  std::vector<replay::Sample> samples;
+  for (const double time : {0.0, 0.1, 0.3, 0.4}) {
+    replay::Sample sample{
+        time,         Vector3d::Zero(), Eigen::Matrix3d::Identity(), VectorXd::Zero(2), {},
+        not_given(8), not_given(8)};
+    sample.velocity(6) = 1 + 5 * time;
+    sample.acceleration(7) = 3;
+    samples.push_back(sample);
+  }
+  const std::vector<replay::State> states = states_of(samples);
+  ASSERT_EQ(states.size(), 4U);
+  for (std::size_t i = 0; i < 4; ++i) {
+    const bool end = i == 0 || i == 3;
+    VectorXd velocity = VectorXd::Zero(8), acceleration = VectorXd::Zero(8);
+    velocity(6) = samples[i].velocity(6);
+    acceleration.tail<2>() << (end ? 0 : 5), 3;
+    EXPECT_LT((states[i].velocity - velocity).norm(), 1e-12) << i;
+    EXPECT_LT((states[i].acceleration - acceleration).norm(), 1e-12) << i;
+  }
+}
+
 // A pose must be read as the host platform defines its angles, and a wrench go to its own body.
 TEST_F(Replay, ColumnsReachTheirPlace) {
   write("motion.csv",
-        "B.nz,yaw,j,x,B.fx,pitch,B.fy,y,B.fz,roll,B.nx,z,B.ny,time\n"
-        "6,0.3,7,10,1,0.2,2,20,3,0.1,4,30,5,-1\n");
+        "B.nz,yaw,j,x,B.fx,pitch,B.fy,y,B.fz,roll,B.nx,z,B.ny,time,dd.j,"
+        "d.wz,d.wy,d.wx,d.vz,d.vy,d.vx\n"
+        "6,0.3,7,10,1,0.2,2,20,3,0.1,4,30,5,-1,8,6,5,4,3,2,1\n");
   replay::MotionFile motion((folder_ / "motion.csv").string(), {{"j"}, {"A", "B", "C"}});
   EXPECT_EQ(motion.wrench_bodies(), std::vector<unsigned long>{1});
   const auto sample = motion.next();
@@ -159,11 +109,27 @@ TEST_F(Replay, ColumnsReachTheirPlace) {
   EXPECT_EQ(sample->p_world, Vector3d(10, 20, 30));
   EXPECT_EQ(sample->q, VectorXd::Constant(1, 7));
   EXPECT_EQ(sample->wrenches, VectorXd::LinSpaced(6, 1, 6));
+  EXPECT_EQ(sample->velocity.head<6>(), sample->wrenches);
+  EXPECT_TRUE(std::isnan(sample->velocity(6)));
+  EXPECT_EQ(sample->acceleration(6), 8);
+  EXPECT_TRUE(sample->acceleration.head<6>().array().isNaN().all());
   const auto pose = KT::Math::transformFromPosition6D({0, 0, 0, 0.1f, 0.2f, 0.3f});
   for (int i = 0; i < 9; ++i) {
     EXPECT_NEAR(sample->R_world(i / 3, i % 3), pose.m[4 * (i / 3) + i % 3], 1e-6) << i;
   }
   EXPECT_FALSE(motion.next());
+}
+
+// (0.6, 0, 0, 0.8): a turn about z by 106 degrees, cosine 0.36 - 0.64. Its length may be off by
+// rounding, and its negative is the same turn.
+TEST_F(Replay, QuaternionTurnsTheRootIntoTheWorld) {
+  Eigen::Matrix3d want;
+  want << -0.28, -0.96, 0, 0.96, -0.28, 0, 0, 0, 1;
+  for (const std::string row : {"0,0.8,0.6,0", "0,0.8008,0.6006,0", "0,-0.8,-0.6,0"}) {
+    write("motion.csv", "time,qx,qz,qw,qy,x,y,z,j\n0," + row + ",0,0,0,0\n");
+    replay::MotionFile motion((folder_ / "motion.csv").string(), {{"j"}, {"A"}});
+    EXPECT_LT((motion.next()->R_world - want).norm(), 1e-12) << row;
+  }
 }
 
 TEST_F(Replay, WalkIsBalancedByItsWrenches) {
@@ -262,11 +228,49 @@ TEST_F(Replay, BadInputIsNamedAndLeavesNoResults) {
     rows[line - 1].resize(fields, "0");
     return text(rows);
   };
+  // More columns, or other ones for the root's angles, without wrenches.
+  const auto bare = [](const std::string& columns) {
+    Table rows = first_rows(0);
+    rows[0].resize(29);
+    return text({rows[0]}).substr(0, text({rows[0]}).size() - 1) + "," + columns + "\n";
+  };
+  const auto quaternion = [](const std::string& columns, const std::string& values) {
+    Table rows = first_rows(1);
+    for (auto& row : rows) {
+      row.resize(29);
+      row.erase(row.begin() + 4, row.begin() + 7);
+    }
+    for (const auto& [line, cells] : {std::pair(0, columns), std::pair(1, values)}) {
+      if (!cells.empty()) rows[line].insert(rows[line].begin() + 4, cells);
+    }
+    return text(rows);
+  };
   const std::map<std::string, std::string> cases = {
       {changed(1, 17, "LKneePich"),
        "line 1, column 17: unknown column \"LKneePich\", did you mean \"LKneePitch\"?"},
       {changed(1, 1, "Zeitpunkt"), "line 1, column 1: unknown column \"Zeitpunkt\""},
       {changed(1, 9, "HeadYaw"), "line 1, column 9: \"HeadYaw\" is column 8 already"},
+      {changed(1, 17, "d.LKneePich"),
+       "line 1, column 17: unknown column \"d.LKneePich\", did you mean \"d.LKneePitch\"?"},
+      {changed(1, 36, "d.x"),
+       "line 1, column 36: \"d.x\" is no column: the root's rates are in its own frame, d.vx .. "
+       "d.wz "
+       "and dd.vx .. dd.wz"},
+      {bare("d.vx,d.vy,d.wx,d.wy,d.wz"),
+       "line 1: column \"d.vz\" is missing: the root's rates have all six columns or none"},
+      {bare("qw,qx,qy,qz"),
+       "line 1, column 5: \"roll\" beside a quaternion: the root's orientation is either roll, "
+       "pitch, yaw or qw, qx, qy, qz"},
+      {quaternion("qx,qw,qz", "0,1,0"),
+       "line 1: column \"qy\" is missing: a quaternion has all four columns"},
+      {quaternion("", ""),
+       "line 1: column \"roll\" is missing (the root's orientation is roll, pitch, yaw or qw, qx, "
+       "qy, qz)"},
+      {quaternion("qx,qw,qz,qy", "0,0,0,0"),
+       "line 2, column 6 (qw): the quaternion qw, qx, qy, qz has length 0, not 1 to within 0.001"},
+      {quaternion("qx,qw,qz,qy", "0,1.002,0,0"),
+       "line 2, column 6 (qw): the quaternion qw, qx, qy, qz has length 1.002, not 1 to within "
+       "0.001"},
       {resized(1, 28), "line 1: column \"RElbowRoll\" is missing"},
       {resized(1, 40),
        "line 1: column \"RAnkleRoll.nz\" is missing: a wrench has all six columns or none"},
@@ -304,6 +308,8 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
       {"motion.csv -o /dev/full", "/dev/full: cannot be written: No space left on device"},
       {"motion.csv -o results", "results: cannot be written: Is a directory"},
       {"motion.csv -o absent/r.csv", "absent/r.csv: cannot be written: No such file or directory"},
+      {"- -o results.csv <bad.csv",
+       "standard input, line 6, column 1 (time): \"x\" is not a number"},
       {"motion.csv --colour", "The following argument was not expected: --colour"}};
   for (const auto& [arguments, fault] : cases) {
     EXPECT_EQ(run(arguments), 1) << arguments;

@@ -1,13 +1,19 @@
 #include "apps/replay/csv_reader.hpp"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <iostream>
 #include <limits>
 #include <string>
 #include <system_error>
+
+#include "apps/replay/messages.hpp"
+#include "apps/replay/standard_streams.hpp"
 
 namespace replay {
 namespace {
@@ -36,19 +42,16 @@ std::string fields(std::size_t count) {
 
 }  // namespace
 
-std::string quoted(std::string_view text) {
-  constexpr std::size_t longest = 40;
-  std::string result = "\"";
-  for (const char c : text.substr(0, longest)) {
-    const bool control = (c >= 0 && c < ' ') || c == '\x7f';
-    result += control ? '?' : c;
+CsvReader::CsvReader(const std::string& path)
+    : name_(input_name(path)), in_(is_standard_stream(path) ? std::cin : file_) {
+  const std::filesystem::path place = is_standard_stream(path) ? "/dev/stdin" : path;
+  if (&in_ == &file_) file_.open(place);
+  if (!in_) throw InputError(name_ + ": cannot be read: " + std::strerror(errno));
+  std::error_code unknown;
+  if (std::filesystem::is_regular_file(place, unknown)) {
+    size_ = std::filesystem::file_size(place);
   }
-  return result + (text.size() > longest ? "...\"" : "\"");
-}
-
-CsvReader::CsvReader(const std::string& path) : path_(path), file_(path) {
-  if (!file_) throw InputError(path_ + ": cannot be read: " + std::strerror(errno));
-  if (!read_line()) throw InputError(path_ + ", line 1: the file is empty");
+  if (!read_line()) throw InputError(name_ + ", line 1: the file is empty");
   std::string_view rest = line_;
   if (rest.starts_with(byte_order_mark)) rest.remove_prefix(byte_order_mark.size());
   for (bool last = false; !last;) header_.emplace_back(take_field(rest, last));
@@ -73,13 +76,18 @@ bool CsvReader::next(std::vector<double>& row) {
   return true;
 }
 
+std::optional<double> CsvReader::share_read() const {
+  if (!size_) return std::nullopt;
+  return std::min(1.0, static_cast<double>(read_) / static_cast<double>(*size_));
+}
+
 InputError CsvReader::error(const std::string& fault) const {
-  return InputError(path_ + ", line " + std::to_string(line_number_) + ": " + fault);
+  return InputError(name_ + ", line " + std::to_string(line_number_) + ": " + fault);
 }
 
 InputError CsvReader::error(std::size_t column, const std::string& fault) const {
   std::string place =
-      path_ + ", line " + std::to_string(line_number_) + ", column " + std::to_string(column + 1);
+      name_ + ", line " + std::to_string(line_number_) + ", column " + std::to_string(column + 1);
   if (line_number_ > 1 && column < header_.size()) place += " (" + header_[column] + ")";
   return InputError(place + ": " + fault);
 }
@@ -87,11 +95,12 @@ InputError CsvReader::error(std::size_t column, const std::string& fault) const 
 // The next line that is not blank.
 bool CsvReader::read_line() {
   errno = 0;
-  while (std::getline(file_, line_)) {
+  while (std::getline(in_, line_)) {
     ++line_number_;
+    read_ += line_.size() + 1;
     if (!trimmed(line_).empty()) return true;
   }
-  if (file_.bad()) throw InputError(path_ + ": cannot be read: " + std::strerror(errno));
+  if (in_.bad()) throw InputError(name_ + ": cannot be read: " + std::strerror(errno));
   return false;
 }
 

@@ -1,7 +1,10 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <fstream>
+#include <istream>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -20,7 +23,8 @@ class InputError : public std::runtime_error {
 /// a leading byte-order mark are passed over.
 class CsvReader {
  public:
-  /// Opens `path` and reads the header. Throws InputError if there is none.
+  /// Opens `path`, "-" for standard input, and reads the header. Throws InputError if there is
+  /// none.
   explicit CsvReader(const std::string& path);
 
   /// Names of the columns as they stand.
@@ -30,6 +34,9 @@ class CsvReader {
   /// end of the file. Throws InputError.
   bool next(std::vector<double>& row);
 
+  /// Share of the file that is read, 0 to 1, if its size is known.
+  std::optional<double> share_read() const;
+
   /// What is wrong with the current line, or with one of its columns (counted from 0).
   InputError error(const std::string& fault) const;
   InputError error(std::size_t column, const std::string& fault) const;
@@ -38,14 +45,14 @@ class CsvReader {
   bool read_line();
   double number(std::string_view field, std::size_t column) const;
 
-  std::string path_;
+  std::string name_;
   std::ifstream file_;
+  std::istream& in_;
+  std::optional<std::uintmax_t> size_;
+  std::uintmax_t read_ = 0;
   std::string line_;
   std::size_t line_number_ = 0;
   std::vector<std::string> header_;
 };
-
-/// `text` in double quotes, fit for one line of a terminal: no control characters, not too long.
-std::string quoted(std::string_view text);
 
 }  // namespace replay

@@ -29,17 +29,6 @@ std::vector<float> floats(const Eigen::Ref<const Eigen::VectorXd>& values) {
 
 }  // namespace
 
-RobotNames names_of(const tavo::RigidBodySystem& system) {
-  RobotNames names;
-  for (unsigned long i = 0; i < system.getNbDofs(); ++i) {
-    names.joints.push_back(system.getJointAngleName(i));
-  }
-  for (unsigned long i = 0; i < system.getNbBodies(); ++i) {
-    names.bodies.push_back(system.getBodyName(i));
-  }
-  return names;
-}
-
 Driver::Driver(tavo::RigidBodySystem& system, std::vector<unsigned long> wrench_bodies,
                bool mass_matrix)
     : system_(system),

@@ -4,13 +4,9 @@
 #include <host/rigid_body_system.hpp>
 #include <vector>
 
-#include "apps/replay/motion_file.hpp"
 #include "apps/replay/rates.hpp"
 
 namespace replay {
-
-/// The names that the plug-in uses.
-RobotNames names_of(const tavo::RigidBodySystem& system);
 
 /// Takes states through the plug-in, one after another, as a control loop would, and keeps time.
 class Driver {

@@ -48,6 +48,7 @@ int run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  std::ios::sync_with_stdio(false);  // else the standard input is read letter by letter
   try {
     return run(argc, argv);
   } catch (const std::exception& fault) {

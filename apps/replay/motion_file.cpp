@@ -1,30 +1,14 @@
 #include "apps/replay/motion_file.hpp"
 
-#include <algorithm>
+#include <cmath>
+#include <cstddef>
 #include <limits>
 #include <sstream>
 
 #include <Eigen/Geometry>
 
-#include "apps/replay/nearest_name.hpp"
-
 namespace replay {
 namespace {
-
-// Every column that a motion may have is a channel: these, then one a joint, then six a body.
-const std::vector<std::string> root_channels = {"time", "x", "y", "z", "roll", "pitch", "yaw"};
-const std::vector<std::string> wrench_parts = {".fx", ".fy", ".fz", ".nx", ".ny", ".nz"};
-constexpr std::size_t time_channel = 0, position_channel = 1, angles_channel = 4,
-                      first_joint_channel = 7;
-
-std::vector<std::string> channel_names(const RobotNames& robot) {
-  std::vector<std::string> names = root_channels;
-  names.insert(names.end(), robot.joints.begin(), robot.joints.end());
-  for (const std::string& body : robot.bodies) {
-    for (const std::string& part : wrench_parts) names.push_back(body + part);
-  }
-  return names;
-}
 
 Eigen::Matrix3d rotation(const Eigen::Vector3d& roll_pitch_yaw) {
   using Eigen::AngleAxisd, Eigen::Vector3d;
@@ -37,60 +21,12 @@ Eigen::Matrix3d rotation(const Eigen::Vector3d& roll_pitch_yaw) {
 }  // namespace
 
 MotionFile::MotionFile(const std::string& path, const RobotNames& names)
-    : csv_(path), joint_count_(names.joints.size()) {
-  const std::vector<std::string> channels = channel_names(names);
-  assign_columns(channels);
-  require_columns(channels);
-  find_wrench_bodies(channels);
-}
+    : csv_(path), columns_(find_columns(csv_, names)) {}
 
-void MotionFile::assign_columns(const std::vector<std::string>& channels) {
-  column_of_.resize(channels.size());
-  for (std::size_t column = 0; column < csv_.header().size(); ++column) {
-    const std::string& name = csv_.header()[column];
-    const auto channel = std::find(channels.begin(), channels.end(), name);
-    if (channel == channels.end()) {
-      const std::optional<std::string> meant = nearest_name(name, channels);
-      throw csv_.error(column, "unknown column " + quoted(name) +
-                                   (meant ? ", did you mean " + quoted(*meant) + "?" : ""));
-    }
-    auto& assigned = column_of_[static_cast<std::size_t>(channel - channels.begin())];
-    if (assigned) {
-      throw csv_.error(column,
-                       quoted(name) + " is column " + std::to_string(*assigned + 1) + " already");
-    }
-    assigned = column;
-  }
-}
-
-// The channels before it are required.
-std::size_t MotionFile::first_wrench_channel() const {
-  return first_joint_channel + joint_count_;
-}
-
-void MotionFile::require_columns(const std::vector<std::string>& channels) const {
-  for (std::size_t channel = 0; channel < first_wrench_channel(); ++channel) {
-    if (!column_of_[channel]) {
-      throw csv_.error("column " + quoted(channels[channel]) + " is missing");
-    }
-  }
-}
-
-void MotionFile::find_wrench_bodies(const std::vector<std::string>& channels) {
-  const std::size_t parts = wrench_parts.size();
-  const std::size_t first = first_wrench_channel();
-  for (std::size_t channel = first; channel < channels.size(); channel += parts) {
-    const auto begin = column_of_.begin() + static_cast<std::ptrdiff_t>(channel);
-    const auto end = begin + static_cast<std::ptrdiff_t>(parts);
-    const auto missing = std::find(begin, end, std::nullopt);
-    if (missing == end) {
-      wrench_bodies_.push_back((channel - first) / parts);
-    } else if (std::any_of(begin, end, [](const auto& column) { return column.has_value(); })) {
-      const auto absent = static_cast<std::size_t>(missing - column_of_.begin());
-      throw csv_.error("column " + quoted(channels[absent]) +
-                       " is missing: a wrench has all six columns or none");
-    }
-  }
+std::vector<unsigned long> MotionFile::wrench_bodies() const {
+  std::vector<unsigned long> bodies;
+  for (const auto& wrench : columns_.wrenches) bodies.push_back(wrench.body);
+  return bodies;
 }
 
 std::optional<Sample> MotionFile::next() {
@@ -98,28 +34,65 @@ std::optional<Sample> MotionFile::next() {
     if (!last_time_) throw csv_.error("no sample follows the header");
     return std::nullopt;
   }
-  const double time = value(time_channel);
+  return Sample{checked_time(),
+                values(columns_.position),
+                orientation(),
+                values(columns_.joints),
+                wrenches(),
+                given(columns_.velocity),
+                given(columns_.acceleration)};
+}
+
+double MotionFile::checked_time() {
+  const double time = row_[columns_.time];
   if (last_time_ && !(time > *last_time_)) {
     std::ostringstream fault;
     fault.precision(std::numeric_limits<double>::digits10);
     fault << "time must increase, " << time << " follows " << *last_time_;
-    throw csv_.error(*column_of_[time_channel], fault.str());
+    throw csv_.error(columns_.time, fault.str());
   }
   last_time_ = time;
-  const std::size_t parts = wrench_parts.size();
-  Eigen::VectorXd wrenches(static_cast<Eigen::Index>(parts * wrench_bodies_.size()));
-  for (std::size_t i = 0; i < wrench_bodies_.size(); ++i) {
-    const std::size_t channel = first_wrench_channel() + parts * wrench_bodies_[i];
-    wrenches.segment(static_cast<Eigen::Index>(parts * i), 6) = values(channel, parts);
-  }
-  return Sample{time, values(position_channel, 3), rotation(values(angles_channel, 3)),
-                values(first_joint_channel, joint_count_), wrenches};
+  return time;
 }
 
-Eigen::VectorXd MotionFile::values(std::size_t first_channel, std::size_t count) const {
-  Eigen::VectorXd result(static_cast<Eigen::Index>(count));
-  for (std::size_t i = 0; i < count; ++i) {
-    result(static_cast<Eigen::Index>(i)) = value(first_channel + i);
+Eigen::Matrix3d MotionFile::orientation() const {
+  if (columns_.quaternion.empty()) return rotation(values(columns_.angles));
+  // Three decimals move the length by up to 0.001; more than that is no rounding.
+  constexpr double tolerance = 0.001 + 1e-9;
+  const Eigen::VectorXd q = values(columns_.quaternion);
+  if (!(std::abs(q.norm() - 1) <= tolerance)) {
+    std::ostringstream fault;
+    fault << "the quaternion qw, qx, qy, qz has length " << q.norm() << ", not 1 to within 0.001";
+    throw csv_.error(columns_.quaternion[0], fault.str());
+  }
+  return Eigen::Quaterniond(q(0), q(1), q(2), q(3)).normalized().toRotationMatrix();
+}
+
+Eigen::VectorXd MotionFile::values(const Columns& columns) const {
+  Eigen::VectorXd result(static_cast<Eigen::Index>(columns.size()));
+  for (std::size_t i = 0; i < columns.size(); ++i) {
+    result(static_cast<Eigen::Index>(i)) = row_[columns[i]];
+  }
+  return result;
+}
+
+Eigen::VectorXd MotionFile::given(const std::vector<MotionColumns::Rate>& rates) const {
+  Eigen::VectorXd result =
+      Eigen::VectorXd::Constant(static_cast<Eigen::Index>(6 + columns_.joints.size()),
+                                std::numeric_limits<double>::quiet_NaN());
+  for (const auto& rate : rates) {
+    result.segment(static_cast<Eigen::Index>(rate.coordinate),
+                   static_cast<Eigen::Index>(rate.columns.size())) = values(rate.columns);
+  }
+  return result;
+}
+
+Eigen::VectorXd MotionFile::wrenches() const {
+  Eigen::VectorXd result(static_cast<Eigen::Index>(6 * columns_.wrenches.size()));
+  Eigen::Index first = 0;
+  for (const auto& wrench : columns_.wrenches) {
+    result.segment<6>(first) = values(wrench.columns);
+    first += 6;
   }
   return result;
 }

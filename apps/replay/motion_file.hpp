@@ -1,6 +1,5 @@
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
@@ -8,14 +7,9 @@
 #include <Eigen/Core>
 
 #include "apps/replay/csv_reader.hpp"
+#include "apps/replay/motion_columns.hpp"
 
 namespace replay {
-
-/// What the robot calls its parts: joints in joint-angle order, bodies in body order.
-struct RobotNames {
-  std::vector<std::string> joints;
-  std::vector<std::string> bodies;
-};
 
 /// One row of a motion.
 struct Sample {
@@ -24,34 +18,38 @@ struct Sample {
   Eigen::Matrix3d R_world;   // axes of the root
   Eigen::VectorXd q;         // rad, joint-angle order
   Eigen::VectorXd wrenches;  // for each of wrench_bodies(): force (N), moment (N m), body frame
+  // Rates that the file gives, in coordinate order; NaN where it gives none, for its own numbers
+  // are finite.
+  Eigen::VectorXd velocity;      // m/s, rad/s
+  Eigen::VectorXd acceleration;  // m/s2, rad/s2
 };
 
-/// A motion as a CSV file: time, the root's pose, all joint angles, any body's external wrench.
-/// Columns are found by name, in any order; apps/replay/README.md lists them.
+/// A motion as a CSV file: time, the root's pose, all joint angles, any rates, any body's external
+/// wrench.
 class MotionFile {
  public:
-  /// Opens the file and assigns its columns. Throws InputError: a column unknown, twice or missing.
+  /// Opens the file, "-" for standard input, and finds its columns. Throws InputError.
   MotionFile(const std::string& path, const RobotNames& names);
 
   /// The bodies that have wrench columns, in body order.
-  const std::vector<unsigned long>& wrench_bodies() const { return wrench_bodies_; }
+  std::vector<unsigned long> wrench_bodies() const;
 
   /// The next sample; nothing at the end. Throws InputError if the row is not usable, if time does
   /// not increase, or if there is no sample at all.
   std::optional<Sample> next();
 
+  /// Share of the file that is read, 0 to 1, if its size is known.
+  std::optional<double> share_read() const { return csv_.share_read(); }
+
  private:
-  void assign_columns(const std::vector<std::string>& channels);
-  void require_columns(const std::vector<std::string>& channels) const;
-  void find_wrench_bodies(const std::vector<std::string>& channels);
-  std::size_t first_wrench_channel() const;
-  double value(std::size_t channel) const { return row_[*column_of_[channel]]; }
-  Eigen::VectorXd values(std::size_t first_channel, std::size_t count) const;
+  double checked_time();
+  Eigen::Matrix3d orientation() const;
+  Eigen::VectorXd values(const Columns& columns) const;
+  Eigen::VectorXd given(const std::vector<MotionColumns::Rate>& rates) const;
+  Eigen::VectorXd wrenches() const;
 
   CsvReader csv_;
-  std::size_t joint_count_;
-  std::vector<std::optional<std::size_t>> column_of_;  // by channel
-  std::vector<unsigned long> wrench_bodies_;
+  MotionColumns columns_;
   std::vector<double> row_;
   std::optional<double> last_time_;
 };

@@ -31,6 +31,11 @@ Eigen::VectorXd at_rest(const Sample& sample) {
   return Eigen::VectorXd::Zero(6 + sample.q.size());
 }
 
+// What the file gives stands.
+Eigen::VectorXd completed(const Eigen::VectorXd& given, const Eigen::VectorXd& difference) {
+  return given.array().isNaN().select(difference, given);
+}
+
 }  // namespace
 
 StateStream::StateStream(Neighbours<Sample>::Source source)
@@ -39,13 +44,17 @@ StateStream::StateStream(Neighbours<Sample>::Source source)
 std::optional<MovingSample> StateStream::next_moving() {
   if (!samples_.step()) return std::nullopt;
   const Sample& sample = samples_.at();
-  return MovingSample{sample, samples_.inner() ? central_velocity(samples_) : at_rest(sample)};
+  return MovingSample{
+      sample,
+      completed(sample.velocity, samples_.inner() ? central_velocity(samples_) : at_rest(sample))};
 }
 
 std::optional<State> StateStream::next() {
   if (!moving_.step()) return std::nullopt;
   const auto& [sample, velocity] = moving_.at();
-  return State{sample, velocity, moving_.inner() ? central_acceleration(moving_) : at_rest(sample)};
+  return State{sample, velocity,
+               completed(sample.acceleration,
+                         moving_.inner() ? central_acceleration(moving_) : at_rest(sample))};
 }
 
 }  // namespace replay

@@ -23,14 +23,15 @@ struct State {
   Eigen::VectorXd acceleration;
 };
 
-/// Adds rates to a stream of samples by central differences in double:
+/// Adds to a stream of samples the rates that it does not give, by central differences in double:
 ///
 ///   v(i) = R(i)^T (p(i+1) - p(i-1)) / (t(i+1) - t(i-1))
 ///   w(i) = log(R(i-1)^T R(i+1))     / (t(i+1) - t(i-1))     log: the rotation vector
 ///   dq(i), and the acceleration from the velocities: the same difference, component by component
 ///
-/// All rates are zero at the first and at the last sample. A state depends on two samples to either
-/// side, so no more than these are kept.
+/// A rate that the sample gives stands instead, and accelerations are differences of the velocities
+/// that stand. At the first and the last sample a difference counts as zero. A state depends on two
+/// samples to either side, so no more than these are kept.
 class StateStream {
  public:
   explicit StateStream(Neighbours<Sample>::Source source);

@@ -5,7 +5,7 @@
 #include <Eigen/Eigenvalues>
 #include <Eigen/Geometry>
 
-#include "apps/replay/driver.hpp"
+#include "apps/replay/robot_names.hpp"
 
 namespace replay {
 namespace {

@@ -5,7 +5,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "apps/replay/driver.hpp"
+#include "apps/replay/robot_names.hpp"
 
 namespace replay {
 namespace {

@@ -1,0 +1,27 @@
+#include "apps/replay/messages.hpp"
+
+#include <cstddef>
+#include <optional>
+
+#include "apps/replay/nearest_name.hpp"
+
+namespace replay {
+
+std::string quoted(std::string_view text) {
+  constexpr std::size_t longest = 40;
+  std::string result = "\"";
+  for (const char c : text.substr(0, longest)) {
+    const bool control = (c >= 0 && c < ' ') || c == '\x7f';
+    result += control ? '?' : c;
+  }
+  return result + (text.size() > longest ? "...\"" : "\"");
+}
+
+std::string unknown_name(const std::string& kind, const std::string& wrong,
+                         const std::vector<std::string>& names) {
+  const std::optional<std::string> meant = nearest_name(wrong, names);
+  return "unknown " + kind + " " + quoted(wrong) +
+         (meant ? ", did you mean " + quoted(*meant) + "?" : "");
+}
+
+}  // namespace replay

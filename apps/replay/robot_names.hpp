@@ -1,0 +1,22 @@
+#pragma once
+
+#include <host/rigid_body_system.hpp>
+#include <string>
+#include <vector>
+
+namespace replay {
+
+/// What the robot calls its parts: joints in joint-angle order, bodies in body order.
+struct RobotNames {
+  std::vector<std::string> joints;
+  std::vector<std::string> bodies;
+
+  /// The coordinates of rates, forces and matrices: vx, vy, vz, wx, wy, wz of the root, in its own
+  /// frame, then the joints.
+  std::vector<std::string> coordinates() const;
+};
+
+/// The names that the plug-in uses.
+RobotNames names_of(const tavo::RigidBodySystem& system);
+
+}  // namespace replay
