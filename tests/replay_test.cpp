@@ -310,6 +310,8 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
       {"motion.csv -o absent/r.csv", "absent/r.csv: cannot be written: No such file or directory"},
       {"- -o results.csv <bad.csv",
        "standard input, line 6, column 1 (time): \"x\" is not a number"},
+      {"- -o bad.csv <bad.csv", "bad.csv: the results would replace the motion"},
+      {"motion.csv -o - >/dev/full", "standard output: cannot be written: No space left on device"},
       {"motion.csv --colour", "The following argument was not expected: --colour"}};
   for (const auto& [arguments, fault] : cases) {
     EXPECT_EQ(run(arguments), 1) << arguments;

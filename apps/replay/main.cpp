@@ -1,10 +1,12 @@
 #include <exception>
 #include <iostream>
+#include <stdexcept>
 
 #include <CLI/CLI.hpp>
 
 #include "apps/replay/program_paths.hpp"
 #include "apps/replay/replay.hpp"
+#include "apps/replay/standard_streams.hpp"
 
 namespace {
 
@@ -41,7 +43,8 @@ int run(int argc, char** argv) {
     report(fault);
     return 1;
   }
-  replay::run(options, std::cout);
+  replay::run(options, replay::is_standard_stream(options.results) ? std::cerr : std::cout);
+  if (!std::cout.flush()) throw std::runtime_error("standard output: cannot be written");
   return 0;
 }
 

@@ -4,32 +4,34 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
-#include <system_error>
 #include <unistd.h>
+
+#include "apps/replay/standard_streams.hpp"
 
 namespace replay {
 namespace fs = std::filesystem;
 
 OutputFile::OutputFile(const fs::path& path) : path_(path) {
   const fs::file_status status = fs::status(path_);
-  if (fs::exists(status) && ::access(path_.c_str(), W_OK) != 0) fail();
-  if (fs::exists(status) && !fs::is_regular_file(status)) {
-    file_.reset(std::fopen(path_.c_str(), "w"));
-    if (!file_) fail();
-    return;
+  if (is_standard_stream(path_)) {
+    const int own = ::dup(STDOUT_FILENO);  // closing it tells whether all was written
+    if (own >= 0) file_.reset(::fdopen(own, "w"));
+  } else if (!fs::exists(status)) {
+    open_beside();
+  } else if (::access(path_.c_str(), W_OK) == 0) {
+    fs::is_regular_file(status) ? open_beside() : open_directly();
   }
-  if (fs::exists(status)) path_ = fs::canonical(path_);  // a link stays, its target is replaced
-  temporary_ = path_;
-  temporary_ += ".tmp" + std::to_string(::getpid());
-  std::error_code absent;
-  fs::remove(temporary_, absent);
-  file_.reset(std::fopen(temporary_.c_str(), "wx"));
   if (!file_) fail();
 }
 
-OutputFile::~OutputFile() {
-  std::error_code ignored;
-  if (!temporary_.empty()) fs::remove(temporary_, ignored);
+void OutputFile::open_directly() {
+  file_.reset(std::fopen(path_.c_str(), "w"));
+}
+
+void OutputFile::open_beside() {
+  if (fs::exists(path_)) path_ = fs::canonical(path_);  // a link stays, its target is replaced
+  temporary_.emplace(path_.string() + ".tmp" + std::to_string(::getpid()));
+  file_.reset(std::fopen(temporary_->path().c_str(), "wx"));
 }
 
 void OutputFile::write(std::string_view text) {
@@ -38,13 +40,11 @@ void OutputFile::write(std::string_view text) {
 
 void OutputFile::commit() {
   if (std::fclose(file_.release()) != 0) fail();
-  if (temporary_.empty()) return;
-  if (std::rename(temporary_.c_str(), path_.c_str()) != 0) fail();
-  temporary_.clear();
+  if (temporary_ && std::rename(temporary_->path().c_str(), path_.c_str()) != 0) fail();
 }
 
 void OutputFile::fail() const {
-  throw std::runtime_error(path_.string() + ": cannot be written: " + std::strerror(errno));
+  throw std::runtime_error(output_name(path_) + ": cannot be written: " + std::strerror(errno));
 }
 
 }  // namespace replay

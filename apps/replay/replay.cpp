@@ -13,6 +13,7 @@
 #include "apps/replay/rates.hpp"
 #include "apps/replay/results_file.hpp"
 #include "apps/replay/signals.hpp"
+#include "apps/replay/standard_streams.hpp"
 #include "apps/replay/summary.hpp"
 
 namespace replay {
@@ -30,7 +31,9 @@ std::vector<Signal> signals(const tavo::RigidBodySystem& system, bool mass_matri
 
 void require_another_file(const Options& options) {
   std::error_code absent;
-  if (std::filesystem::equivalent(options.motion, options.results, absent)) {
+  const std::filesystem::path motion =
+      is_standard_stream(options.motion) ? "/dev/stdin" : options.motion;
+  if (std::filesystem::equivalent(motion, options.results, absent)) {
     throw std::runtime_error(options.results.string() + ": the results would replace the motion");
   }
 }
@@ -57,12 +60,12 @@ void run(const Options& options, std::ostream& terminal) {
   }
   if (results) results->commit();
 
-  terminal << "motion          " << options.motion.string() << "\n";
+  terminal << "motion          " << input_name(options.motion) << "\n";
   summary.print(terminal);
   const double microseconds = 1e6 * driver.time_in_plugin().count();
   terminal << "plug-in         " << std::fixed << std::setprecision(2)
            << microseconds / static_cast<double>(summary.samples()) << " us a sample\n";
-  if (results) terminal << "results         " << options.results.string() << "\n";
+  if (results) terminal << "results         " << output_name(options.results) << "\n";
 }
 
 }  // namespace replay
