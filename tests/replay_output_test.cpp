@@ -1,12 +1,76 @@
 #include <csignal>
+#include <host/loader.hpp>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "apps/replay/driver.hpp"
+#include "apps/replay/motion_file.hpp"
 #include "tests/replay_fixture.hpp"
 
 namespace {
+
+// Columns of the results, of which the first is named, as numbers.
+std::vector<float> numbers(const Table& rows, std::size_t row, const std::string& first,
+                           std::size_t count) {
+  std::vector<float> values;
+  for (std::size_t i = 0, c = column(rows, first); i < count; ++i) {
+    values.push_back(std::stof(rows[row].at(c + i)));
+  }
+  return values;
+}
+
+// Each signal against what a host sees at the same sample; the matrices by their names'
+// systematics.
+TEST_F(Replay, SignalsAreWhatAHostSees) {
+  const Table got = results(text(first_rows(60)),
+                            "--signals partial-com:LKneePitch,jacobian,torque,pose,mass-matrix,com,"
+                            "partial-com:HeadYaw --bodies RKneePitch");
+  const tavo::Plugin plugin(PLUGIN_PATH);
+  const tavo::Plugin::System system = plugin.create();
+  replay::MotionFile motion((folder_ / "motion.csv").string(), replay::names_of(*system));
+  replay::StateStream states([&motion] { return motion.next(); });
+  replay::Driver driver(*system, motion.wrench_bodies(), {});
+  for (int i = 0; i < 60; ++i) driver.run(*states.next());
+  system->computeGeneralizedMass();
+
+  for (const std::string body : {"LKneePitch", "HeadYaw"}) {
+    const auto com = system->computePartialComPositionInRoot(system->getBodyId(body));
+    EXPECT_EQ(numbers(got, 60, "partial-com:" + body + ".x", 3),
+              (std::vector<float>{com.x, com.y, com.z}));
+  }
+  const auto torques = system->getJointAnglesTorque();
+  EXPECT_EQ(numbers(got, 60, "torque.HeadYaw", 22),
+            std::vector<float>(torques.first, torques.second));
+  const auto& pose = system->getPose(system->getBodyId("RKneePitch"));
+  EXPECT_EQ(numbers(got, 60, "RKneePitch.x", 3),
+            (std::vector<float>{pose.m[3], pose.m[7], pose.m[11]}));
+
+  const std::vector<std::string> coordinates = replay::names_of(*system).coordinates();
+  const std::vector<std::string> motion_rows = {"wx", "wy", "wz", "vx", "vy", "vz"};
+  const auto entry = [&got](const std::string& name) {
+    return std::stof(got[60][column(got, name)]);
+  };
+  for (int j = 0; j < 28; ++j) {
+    for (int i = 0; i < 28; ++i) {
+      EXPECT_EQ(entry("H." + coordinates[i] + "." + coordinates[j]),
+                system->getGeneralizedMass()(i, j));
+    }
+    for (int i = 0; i < 6; ++i) {
+      EXPECT_EQ(entry("J." + motion_rows[i] + "." + coordinates[j]),
+                system->getJacobianInRoot()(i, j));
+    }
+  }
+  const std::vector<std::string> order = {
+      "time",  "partial-com:LKneePitch.x", "J.wx.vx", "torque.HeadYaw", "RKneePitch.x", "H.vx.vx",
+      "com.x", "partial-com:HeadYaw.x"};
+  for (std::size_t i = 1; i < order.size(); ++i) {
+    EXPECT_LT(column(got, order[i - 1]), column(got, order[i])) << order[i];
+  }
+  EXPECT_EQ(got[0].size(), 1U + 3 + 168 + 22 + 7 + 785 + 3 + 3);
+  EXPECT_EQ(results(text(first_rows(2)), "--signals pose --bodies all")[0].size(), 1U + 23 * 7);
+}
 
 // The motion comes and the results go through pipes as through files.
 TEST_F(Replay, StandardStreamsTakeThePlaceOfFiles) {

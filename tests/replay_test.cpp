@@ -1,9 +1,11 @@
 #include <cmath>
 #include <filesystem>
+#include <iomanip>
 #include <ktmath/ktmath.hpp>
 #include <map>
 #include <optional>
 #include <random>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -132,8 +134,34 @@ TEST_F(Replay, QuaternionTurnsTheRootIntoTheWorld) {
   }
 }
 
+// Rates of the walk, written into the file of a single sample, must act as they did in the walk:
+// there nothing could be formed.
+TEST_F(Replay, GivenRatesActAsFormedOnes) {
+  constexpr std::size_t at = 150;
+  const Table whole = results(text(first_rows(2 * at)), "--signals torque");
+  const replay::RobotNames names{{walk()[0].begin() + 7, walk()[0].begin() + 29},
+                                 {"LAnkleRoll", "RAnkleRoll"}};
+  replay::MotionFile motion((folder_ / "motion.csv").string(), names);
+  replay::StateStream stream([&motion] { return motion.next(); });
+  for (std::size_t i = 0; i < at; ++i) stream.next();
+  const replay::State state = *stream.next();
+
+  Table single = {walk()[0], walk()[1 + at]};
+  const std::vector<std::string> coordinates = names.coordinates();
+  for (std::size_t i = 0; i < coordinates.size(); ++i) {
+    for (const auto& [prefix, rate] :
+         {std::pair("d.", state.velocity(i)), std::pair("dd.", state.acceleration(i))}) {
+      single[0].push_back(prefix + coordinates[i]);
+      std::ostringstream digits;
+      digits << std::setprecision(17) << rate;
+      single[1].push_back(digits.str());
+    }
+  }
+  EXPECT_EQ(results(text(single), "--signals torque")[1], whole[1 + at]);
+}
+
 TEST_F(Replay, WalkIsBalancedByItsWrenches) {
-  const Table with = results(text(walk()), "--mass-matrix");
+  const Table with = results(text(walk()), "--signals com,pose,torque,mass-matrix");
   ASSERT_EQ(with.size(), walk().size());
   const auto either = [&with](const std::string& joint) {
     return std::max(largest(with, "torque.L" + joint), largest(with, "torque.R" + joint));
@@ -143,7 +171,7 @@ TEST_F(Replay, WalkIsBalancedByItsWrenches) {
   EXPECT_NEAR(either("AnklePitch"), 1.46, 0.005);
   EXPECT_LT(largest(with, "torque.HeadPitch"), 0.03);
   EXPECT_NEAR(std::stod(with[1][column(with, "LAnkleRoll.z")]), 0.045, 1e-6);
-  EXPECT_NEAR(largest(with, "H.vx"), 47.95 / 9.81, 1e-3);
+  EXPECT_NEAR(largest(with, "H.vx.vx"), 47.95 / 9.81, 1e-3);
   EXPECT_GT(largest(with, "H.joint_condition"), 1e3);
   const std::string summary =
       "samples         801 over 8.00 s\n"
@@ -308,10 +336,26 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
       {"motion.csv -o /dev/full", "/dev/full: cannot be written: No space left on device"},
       {"motion.csv -o results", "results: cannot be written: Is a directory"},
       {"motion.csv -o absent/r.csv", "absent/r.csv: cannot be written: No such file or directory"},
+      {"motion.csv --signals com", "--signals requires --output"},
+      {"motion.csv -o results.csv --signals com,torques",
+       "--signals: unknown signal \"torques\", did you mean \"torque\"?"},
+      {"motion.csv -o results.csv --signals partial-com:LKneePich",
+       "--signals: unknown signal \"partial-com:LKneePich\", did you mean "
+       "\"partial-com:LKneePitch\"?"},
+      {"motion.csv -o results.csv --signals com,",
+       "--signals: unknown signal \"\"; there are com, pose, torque, jacobian, mass-matrix, "
+       "partial-com:BODY"},
+      {"motion.csv -o results.csv --signals partial-com:Torso",
+       "--signals: \"partial-com:Torso\": the root cannot be left out"},
+      {"motion.csv -o results.csv --bodies Torso,LKneePich",
+       "--bodies: unknown body \"LKneePich\", did you mean \"LKneePitch\"?"},
+      {"motion.csv -o results.csv --bodies Torso,Torso", "--bodies: \"Torso\" is named twice"},
+      {"motion.csv -o results.csv --bodies all --signals com",
+       "--bodies: chooses poses, but --signals has no pose"},
+      {"motion.csv -o - >/dev/full", "standard output: cannot be written: No space left on device"},
       {"- -o results.csv <bad.csv",
        "standard input, line 6, column 1 (time): \"x\" is not a number"},
       {"- -o bad.csv <bad.csv", "bad.csv: the results would replace the motion"},
-      {"motion.csv -o - >/dev/full", "standard output: cannot be written: No space left on device"},
       {"motion.csv --colour", "The following argument was not expected: --colour"}};
   for (const auto& [arguments, fault] : cases) {
     EXPECT_EQ(run(arguments), 1) << arguments;

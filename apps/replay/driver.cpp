@@ -30,10 +30,10 @@ std::vector<float> floats(const Eigen::Ref<const Eigen::VectorXd>& values) {
 }  // namespace
 
 Driver::Driver(tavo::RigidBodySystem& system, std::vector<unsigned long> wrench_bodies,
-               bool mass_matrix)
+               std::vector<Computation> more)
     : system_(system),
       wrench_bodies_(std::move(wrench_bodies)),
-      mass_matrix_(mass_matrix),
+      more_(std::move(more)),
       root_velocity_(0, 0, 0, 0, 0, 0),
       root_acceleration_(0, 0, 0, 0, 0, 0),
       wrenches_(wrench_bodies_.size()) {}
@@ -71,7 +71,7 @@ void Driver::call_plugin() {
   }
   system_.computeFwdKinematics();
   system_.computeInverseDynamics();
-  if (mass_matrix_) system_.computeGeneralizedMass();
+  for (const Computation& compute : more_) compute(system_);
 }
 
 }  // namespace replay

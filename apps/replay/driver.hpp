@@ -1,6 +1,7 @@
 #pragma once
 
 #include <chrono>
+#include <functional>
 #include <host/rigid_body_system.hpp>
 #include <vector>
 
@@ -11,8 +12,12 @@ namespace replay {
 /// Takes states through the plug-in, one after another, as a control loop would, and keeps time.
 class Driver {
  public:
-  /// The state's wrenches act on `wrench_bodies`; the mass matrix is computed on request only.
-  Driver(tavo::RigidBodySystem& system, std::vector<unsigned long> wrench_bodies, bool mass_matrix);
+  /// A computation beyond kinematics and inverse dynamics.
+  using Computation = std::function<void(tavo::RigidBodySystem&)>;
+
+  /// The state's wrenches act on `wrench_bodies`.
+  Driver(tavo::RigidBodySystem& system, std::vector<unsigned long> wrench_bodies,
+         std::vector<Computation> more);
 
   /// Hands the state over and computes: then the system's getters show this state's results.
   void run(const State& state);
@@ -26,7 +31,7 @@ class Driver {
 
   tavo::RigidBodySystem& system_;
   std::vector<unsigned long> wrench_bodies_;
-  bool mass_matrix_;
+  std::vector<Computation> more_;
   std::chrono::steady_clock::duration time_in_plugin_{};
 
   // The state in the interface's types, made before the clock starts.

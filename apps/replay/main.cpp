@@ -1,6 +1,7 @@
 #include <exception>
 #include <iostream>
 #include <stdexcept>
+#include <string>
 
 #include <CLI/CLI.hpp>
 
@@ -22,12 +23,21 @@ void declare(CLI::App& app, replay::Options& options) {
   app.set_version_flag("--version", ORVEK23_VERSION);
   app.add_option("MOTION", options.motion, "Motion to replay (default: the walk that comes along)")
       ->type_name("FILE.csv");
-  app.add_option("-o,--output", options.results, "Where the results go (default: not written)")
-      ->type_name("FILE.csv");
+  CLI::Option* const output =
+      app.add_option("-o,--output", options.results, "Where the results go (default: not written)")
+          ->type_name("FILE.csv");
+  app.add_option("--signals", options.selection.signals,
+                 "What they hold, of " + std::string(replay::signal_names) +
+                     " (default: " + options.selection.signals + ")")
+      ->type_name("LIST")
+      ->needs(output);
+  app.add_option(
+         "--bodies", options.selection.bodies,
+         "Whose poses they hold, or all (default: " + std::string(replay::default_bodies) + ")")
+      ->type_name("LIST")
+      ->needs(output);
   app.add_option("--plugin", options.plugin, "Plug-in to load (default: the one that comes along)")
       ->type_name("FILE.so");
-  app.add_flag("--mass-matrix", options.mass_matrix,
-               "Compute the mass matrix too; results gain its diagonal and condition number");
 }
 
 int run(int argc, char** argv) {

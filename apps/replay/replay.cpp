@@ -12,21 +12,18 @@
 #include "apps/replay/motion_file.hpp"
 #include "apps/replay/rates.hpp"
 #include "apps/replay/results_file.hpp"
-#include "apps/replay/signals.hpp"
 #include "apps/replay/standard_streams.hpp"
 #include "apps/replay/summary.hpp"
 
 namespace replay {
 namespace {
 
-std::vector<Signal> signals(const tavo::RigidBodySystem& system, bool mass_matrix) {
-  std::vector<Signal> chosen = {com_signal()};
-  for (const char* body : {"LAnkleRoll", "RAnkleRoll", "LElbowRoll", "RElbowRoll", "HeadPitch"}) {
-    chosen.push_back(pose_signal(system, body));
+std::vector<Driver::Computation> computations(const std::vector<Signal>& signals) {
+  std::vector<Driver::Computation> needed;
+  for (const Signal& signal : signals) {
+    if (signal.compute) needed.push_back(signal.compute);
   }
-  chosen.push_back(torque_signal(system));
-  if (mass_matrix) chosen.push_back(mass_matrix_signal(system));
-  return chosen;
+  return needed;
 }
 
 void require_another_file(const Options& options) {
@@ -40,18 +37,19 @@ void require_another_file(const Options& options) {
 
 }  // namespace
 
-void run(const Options& options, std::ostream& terminal) {
+void run(const Options& options, std::ostream& summary_out) {
   // A path, also when it is a bare file name: never a search in the library folders.
   const tavo::Plugin plugin(std::filesystem::absolute(options.plugin).string());
   const tavo::Plugin::System system = plugin.create();
+  const std::vector<Signal> signals = selected_signals(options.selection, *system);
   MotionFile motion(options.motion.string(), names_of(*system));
   StateStream states([&motion] { return motion.next(); });
   std::optional<ResultsFile> results;
   if (!options.results.empty()) {
     require_another_file(options);
-    results.emplace(options.results, signals(*system, options.mass_matrix));
+    results.emplace(options.results, signals);
   }
-  Driver driver(*system, motion.wrench_bodies(), options.mass_matrix);
+  Driver driver(*system, motion.wrench_bodies(), computations(signals));
   Summary summary(*system);
   while (const std::optional<State> state = states.next()) {
     driver.run(*state);
@@ -60,12 +58,12 @@ void run(const Options& options, std::ostream& terminal) {
   }
   if (results) results->commit();
 
-  terminal << "motion          " << input_name(options.motion) << "\n";
-  summary.print(terminal);
+  summary_out << "motion          " << input_name(options.motion) << "\n";
+  summary.print(summary_out);
   const double microseconds = 1e6 * driver.time_in_plugin().count();
-  terminal << "plug-in         " << std::fixed << std::setprecision(2)
-           << microseconds / static_cast<double>(summary.samples()) << " us a sample\n";
-  if (results) terminal << "results         " << output_name(options.results) << "\n";
+  summary_out << "plug-in         " << std::fixed << std::setprecision(2)
+              << microseconds / static_cast<double>(summary.samples()) << " us a sample\n";
+  if (results) summary_out << "results         " << output_name(options.results) << "\n";
 }
 
 }  // namespace replay

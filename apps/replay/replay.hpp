@@ -3,17 +3,19 @@
 #include <filesystem>
 #include <ostream>
 
+#include "apps/replay/selection.hpp"
+
 namespace replay {
 
 struct Options {
-  std::filesystem::path motion;
+  std::filesystem::path motion;  // "-": standard input
   std::filesystem::path plugin;
-  std::filesystem::path results;  // empty: none are written
-  bool mass_matrix = false;
+  std::filesystem::path results;  // empty: none are written; "-": standard output
+  Selection selection;            // what the results hold
 };
 
 /// Runs the motion through the plug-in, writes the results and prints the summary. Throws a
 /// std::exception whose one line says what is wrong; then no results are left.
-void run(const Options& options, std::ostream& terminal);
+void run(const Options& options, std::ostream& summary);
 
 }  // namespace replay

@@ -1,5 +1,6 @@
 #include "apps/replay/signals.hpp"
 
+#include <memory>
 #include <optional>
 
 #include <Eigen/Eigenvalues>
@@ -29,14 +30,34 @@ double condition_number(const Eigen::MatrixXd& symmetric) {
   return solver.eigenvalues().maxCoeff() / solver.eigenvalues().minCoeff();
 }
 
+// PREFIX.ROW.COLUMN, row by row.
+std::vector<std::string> matrix_columns(const std::string& prefix,
+                                        const std::vector<std::string>& rows,
+                                        const std::vector<std::string>& columns) {
+  std::vector<std::string> names;
+  for (const std::string& row : rows) {
+    for (const std::string& column : columns) names.push_back(prefix + "." + row + "." + column);
+  }
+  return names;
+}
+
+template <class Matrix>
+void append_rows(const Matrix& matrix, std::vector<float>& row) {
+  for (Eigen::Index i = 0; i < matrix.rows(); ++i) {
+    for (Eigen::Index j = 0; j < matrix.cols(); ++j) row.push_back(matrix(i, j));
+  }
+}
+
 }  // namespace
 
 Signal com_signal() {
-  return {{"com.x", "com.y", "com.z"},
-          [](const tavo::RigidBodySystem& system, std::vector<float>& row) {
-            const KT::Math::Position3D& com = system.getComPosition();
-            row.insert(row.end(), {com.x, com.y, com.z});
-          }};
+  Signal signal;
+  signal.columns = {"com.x", "com.y", "com.z"};
+  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
+    const KT::Math::Position3D& com = computed.getComPosition();
+    row.insert(row.end(), {com.x, com.y, com.z});
+  };
+  return signal;
 }
 
 Signal pose_signal(const tavo::RigidBodySystem& system, const std::string& body) {
@@ -69,16 +90,43 @@ Signal torque_signal(const tavo::RigidBodySystem& system) {
   return signal;
 }
 
+Signal jacobian_signal(const tavo::RigidBodySystem& system) {
+  Signal signal;
+  signal.columns =
+      matrix_columns("J", {"wx", "wy", "wz", "vx", "vy", "vz"}, names_of(system).coordinates());
+  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
+    append_rows(computed.getJacobianInRoot(), row);
+  };
+  return signal;
+}
+
 Signal mass_matrix_signal(const tavo::RigidBodySystem& system) {
-  Signal signal{{"H.vx", "H.vy", "H.vz", "H.wx", "H.wy", "H.wz"}, {}};
-  for (const std::string& joint : names_of(system).joints) signal.columns.push_back("H." + joint);
+  const std::vector<std::string> coordinates = names_of(system).coordinates();
+  Signal signal;
+  signal.columns = matrix_columns("H", coordinates, coordinates);
   signal.columns.push_back("H.joint_condition");
+  signal.compute = [](tavo::RigidBodySystem& computed) { computed.computeGeneralizedMass(); };
   signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
     const auto& H = computed.getGeneralizedMass();
-    for (Eigen::Index i = 0; i < H.rows(); ++i) row.push_back(H(i, i));
+    append_rows(H, row);
     const Eigen::Index joints = H.rows() - 6;
     const Eigen::MatrixXd joint_block = H.bottomRightCorner(joints, joints).cast<double>();
     row.push_back(static_cast<float>(condition_number(joint_block)));
+  };
+  return signal;
+}
+
+Signal partial_com_signal(const tavo::RigidBodySystem& system, const std::string& body) {
+  Signal signal;
+  for (const char* part : {".x", ".y", ".z"}) {
+    signal.columns.push_back("partial-com:" + body + part);
+  }
+  const auto com_root = std::make_shared<KT::Math::Position3D>();
+  signal.compute = [id = system.getBodyId(body), com_root](tavo::RigidBodySystem& computed) {
+    *com_root = computed.computePartialComPositionInRoot(id);
+  };
+  signal.read = [com_root](const tavo::RigidBodySystem&, std::vector<float>& row) {
+    row.insert(row.end(), {com_root->x, com_root->y, com_root->z});
   };
   return signal;
 }

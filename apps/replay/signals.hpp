@@ -7,9 +7,12 @@
 
 namespace replay {
 
-/// Columns of the results: their names, and how to read them once a sample is computed.
+/// Columns of the results: their names, and how to get them once a sample has gone through
+/// kinematics and inverse dynamics. Frames and units: apps/replay/README.md.
 struct Signal {
   std::vector<std::string> columns;
+  /// Computes what kinematics and inverse dynamics leave out; empty if that is nothing.
+  std::function<void(tavo::RigidBodySystem&)> compute;
   /// Appends one value a column.
   std::function<void(const tavo::RigidBodySystem&, std::vector<float>& row)> read;
 };
@@ -26,8 +29,15 @@ Signal pose_signal(const tavo::RigidBodySystem& system, const std::string& body)
 /// torque.JOINT: the torque of each joint (N m).
 Signal torque_signal(const tavo::RigidBodySystem& system);
 
-/// H.vx .. H.wz, H.JOINT: diagonal of the joint-space mass matrix (kg, kg m2), the root's linear
-/// coordinates first; H.joint_condition: condition number of its joint block in the 2-norm.
+/// J.ROW.COLUMN, row by row: the 6 x 28 Jacobian in the root's frame. Rows wx .. wz, vx .. vz.
+Signal jacobian_signal(const tavo::RigidBodySystem& system);
+
+/// H.ROW.COLUMN, row by row: the 28 x 28 joint-space mass matrix (kg, kg m, kg m2), all of it;
+/// H.joint_condition: condition number of its joint block in the 2-norm.
 Signal mass_matrix_signal(const tavo::RigidBodySystem& system);
+
+/// partial-com:BODY.x, .y, .z: centre of mass of all bodies but this one, not the root, in the
+/// root's frame (m). Throws std::out_of_range if the system has no such body.
+Signal partial_com_signal(const tavo::RigidBodySystem& system, const std::string& body);
 
 }  // namespace replay
