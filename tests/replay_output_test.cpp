@@ -1,5 +1,8 @@
+#include <chrono>
 #include <csignal>
 #include <host/loader.hpp>
+#include <optional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -7,6 +10,7 @@
 
 #include "apps/replay/driver.hpp"
 #include "apps/replay/motion_file.hpp"
+#include "apps/replay/progress.hpp"
 #include "tests/replay_fixture.hpp"
 
 namespace {
@@ -106,6 +110,39 @@ TEST_F(Replay, LeavesNothingWhenItIsInterrupted) {
       "until ls results.csv.tmp* >out 2>err; do sleep 0.01; done; kill -TERM $!; wait $! 2>err");
   EXPECT_EQ(status, 128 + 15);
   EXPECT_EQ(files(), (std::vector<std::string>{"err", "out", "part.csv", "pipe"}));
+}
+
+TEST(Progress, IsShownFromTheThirdSecondAndErased) {
+  using namespace std::chrono_literals;
+  std::ostringstream terminal;
+  replay::Progress::Clock::time_point now;
+  const auto shown = [&](auto&& steps) {
+    terminal.str("");
+    {
+      replay::Progress progress(&terminal, [&now] { return now; });
+      steps(progress);
+    }
+    return terminal.str();
+  };
+  EXPECT_EQ(shown([&](auto& progress) {
+              now += 1999ms;
+              progress.show(9, 0.5);
+            }),
+            "");
+  EXPECT_EQ(shown([&](auto& progress) {
+              now += 2s;
+              progress.show(99, 0.299);
+              now += 199ms;
+              progress.show(100, 0.3);
+              now += 1ms;
+              progress.show(101, 0.31);
+            }),
+            "\r99 samples, 29 %\r101 samples, 31 %\r                 \r");
+  EXPECT_EQ(shown([&](auto& progress) {
+              now += 2s;
+              progress.show(1000, std::nullopt);
+            }),
+            "\r1000 samples\r            \r");
 }
 
 }  // namespace

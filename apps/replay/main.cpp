@@ -2,6 +2,7 @@
 #include <iostream>
 #include <stdexcept>
 #include <string>
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
@@ -40,6 +41,12 @@ void declare(CLI::App& app, replay::Options& options) {
       ->type_name("FILE.so");
 }
 
+// Lines are shown where somebody sees them and nothing else is written.
+std::ostream* progress_terminal(const replay::Options& options) {
+  const bool taken = replay::is_standard_stream(options.results) && ::isatty(STDOUT_FILENO) != 0;
+  return ::isatty(STDERR_FILENO) != 0 && !taken ? &std::cerr : nullptr;
+}
+
 int run(int argc, char** argv) {
   replay::Options options;
   options.motion = replay::default_motion();
@@ -53,7 +60,8 @@ int run(int argc, char** argv) {
     report(fault);
     return 1;
   }
-  replay::run(options, replay::is_standard_stream(options.results) ? std::cerr : std::cout);
+  std::ostream& summary = replay::is_standard_stream(options.results) ? std::cerr : std::cout;
+  replay::run(options, summary, progress_terminal(options));
   if (!std::cout.flush()) throw std::runtime_error("standard output: cannot be written");
   return 0;
 }

@@ -10,6 +10,7 @@
 
 #include "apps/replay/driver.hpp"
 #include "apps/replay/motion_file.hpp"
+#include "apps/replay/progress.hpp"
 #include "apps/replay/rates.hpp"
 #include "apps/replay/results_file.hpp"
 #include "apps/replay/standard_streams.hpp"
@@ -37,7 +38,7 @@ void require_another_file(const Options& options) {
 
 }  // namespace
 
-void run(const Options& options, std::ostream& summary_out) {
+void run(const Options& options, std::ostream& summary_out, std::ostream* terminal) {
   // A path, also when it is a bare file name: never a search in the library folders.
   const tavo::Plugin plugin(std::filesystem::absolute(options.plugin).string());
   const tavo::Plugin::System system = plugin.create();
@@ -51,11 +52,14 @@ void run(const Options& options, std::ostream& summary_out) {
   }
   Driver driver(*system, motion.wrench_bodies(), computations(signals));
   Summary summary(*system);
+  std::optional<Progress> progress(std::in_place, terminal);
   while (const std::optional<State> state = states.next()) {
     driver.run(*state);
     summary.add(state->sample, *system);
     if (results) results->add(state->sample.time, *system);
+    progress->show(summary.samples(), motion.share_read());
   }
+  progress.reset();
   if (results) results->commit();
 
   summary_out << "motion          " << input_name(options.motion) << "\n";

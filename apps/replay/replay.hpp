@@ -14,8 +14,9 @@ struct Options {
   Selection selection;            // what the results hold
 };
 
-/// Runs the motion through the plug-in, writes the results and prints the summary. Throws a
-/// std::exception whose one line says what is wrong; then no results are left.
-void run(const Options& options, std::ostream& summary);
+/// Runs the motion through the plug-in, writes the results and prints the summary. `terminal`, if
+/// any, shows meanwhile how far it is. Throws a std::exception whose one line says what is wrong;
+/// then no results are left.
+void run(const Options& options, std::ostream& summary, std::ostream* terminal);
 
 }  // namespace replay
