@@ -145,4 +145,13 @@ TEST(Progress, IsShownFromTheThirdSecondAndErased) {
             "\r1000 samples\r            \r");
 }
 
+TEST_F(Replay, HelpFitsAScreen) {
+  EXPECT_EQ(run("--help"), 0);
+  std::istringstream help(read("out"));
+  std::size_t lines = 0;
+  for (std::string line; std::getline(help, line); ++lines) EXPECT_LE(line.size(), 80U) << line;
+  EXPECT_LE(lines, 24U);
+  EXPECT_EQ(read("out").find("Examples:\n"), 0U);
+}
+
 }  // namespace

@@ -1,44 +1,45 @@
 #include <exception>
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 
+#include "apps/replay/help_text.hpp"
 #include "apps/replay/program_paths.hpp"
 #include "apps/replay/replay.hpp"
 #include "apps/replay/standard_streams.hpp"
 
 namespace {
 
-constexpr char description[] =
-    "Replays a motion through the orvek23 plug-in: kinematics and inverse dynamics of every "
-    "sample.\nPrints a summary; with -o writes centre of mass, poses and joint torques as CSV.";
-
 void report(const std::exception& fault) {
   std::cerr << "orvek23-replay: " << fault.what() << "\n";
 }
 
 void declare(CLI::App& app, replay::Options& options) {
-  app.set_version_flag("--version", ORVEK23_VERSION);
-  app.add_option("MOTION", options.motion, "Motion to replay (default: the walk that comes along)")
-      ->type_name("FILE.csv");
+  app.add_option("MOTION", options.motion,
+                 "Motion, a CSV file; - for standard input; default: the\n"
+                 "walk that comes along")
+      ->option_text(" ");
   CLI::Option* const output =
-      app.add_option("-o,--output", options.results, "Where the results go (default: not written)")
-          ->type_name("FILE.csv");
+      app.add_option("-o,--output", options.results,
+                     "Results of all samples, a CSV file; - for standard output")
+          ->option_text("FILE");
   app.add_option("--signals", options.selection.signals,
-                 "What they hold, of " + std::string(replay::signal_names) +
-                     " (default: " + options.selection.signals + ")")
-      ->type_name("LIST")
+                 "What results hold; default: " + options.selection.signals + "; there are\n" +
+                     replay::signal_names)
+      ->option_text("LIST")
       ->needs(output);
-  app.add_option(
-         "--bodies", options.selection.bodies,
-         "Whose poses they hold, or all (default: " + std::string(replay::default_bodies) + ")")
-      ->type_name("LIST")
+  app.add_option("--bodies", options.selection.bodies,
+                 std::string("Whose poses, or all; default:\n") + replay::default_bodies)
+      ->option_text("LIST")
       ->needs(output);
-  app.add_option("--plugin", options.plugin, "Plug-in to load (default: the one that comes along)")
-      ->type_name("FILE.so");
+  app.add_option("--plugin", options.plugin, "Plug-in to load; default: the one that comes along")
+      ->option_text("FILE");
+  app.set_help_flag("-h,--help", "Print this and end");
+  app.set_version_flag("--version", "orvek23-replay " ORVEK23_VERSION, "Print the version and end");
 }
 
 // Lines are shown where somebody sees them and nothing else is written.
@@ -51,7 +52,8 @@ int run(int argc, char** argv) {
   replay::Options options;
   options.motion = replay::default_motion();
   options.plugin = replay::default_plugin();
-  CLI::App app(description, "orvek23-replay");
+  CLI::App app("", "orvek23-replay");
+  app.formatter(std::make_shared<replay::HelpText>());
   declare(app, options);
   try {
     app.parse(argc, argv);
