@@ -5,13 +5,11 @@
 #include <iomanip>
 #include <sstream>
 
+#include "apps/replay/foot.hpp"
 #include "apps/replay/robot_names.hpp"
 
 namespace replay {
 namespace {
-
-// The point of the sole below the ankle, in the foot's frame: its x axis points up when it stands.
-const KT::Math::Position3D sole_in_foot(-0.045f, 0, 0);
 
 std::string fixed(double value, int decimals) {
   std::ostringstream text;
@@ -30,8 +28,8 @@ void Summary::Peak::add(double candidate, double at) {
 }
 
 Summary::Summary(const tavo::RigidBodySystem& system)
-    : feet_{Foot{"LAnkleRoll", system.getBodyId("LAnkleRoll"), {}},
-            Foot{"RAnkleRoll", system.getBodyId("RAnkleRoll"), {}}} {
+    : feet_{Foot{foot_bodies[0], system.getBodyId(foot_bodies[0]), {}},
+            Foot{foot_bodies[1], system.getBodyId(foot_bodies[1]), {}}} {
   for (const std::string& joint : names_of(system).joints) joints_.push_back({joint, {}});
 }
 
@@ -40,7 +38,7 @@ void Summary::add(const Sample& sample, const tavo::RigidBodySystem& system) {
   const KT::Math::Position3D& com = system.getComPosition();
   com_range_.extend(Eigen::Vector3d(com.x, com.y, com.z));
   for (Foot& foot : feet_) {
-    foot.clearance.add((system.getPose(foot.body) * sole_in_foot).z, sample.time);
+    foot.clearance.add(sole_point(system.getPose(foot.body)).z, sample.time);
   }
   const float* torque = system.getJointAnglesTorque().first;
   for (Joint& joint : joints_) joint.torque.add(std::abs(*torque++), sample.time);
