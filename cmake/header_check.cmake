@@ -23,7 +23,7 @@ function(orvek23_check_headers)
   file(GLOB inner CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
        "${PROJECT_SOURCE_DIR}/spatial/*.hpp" "${PROJECT_SOURCE_DIR}/model/*.hpp"
        "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/host/*.hpp"
-       "${PROJECT_SOURCE_DIR}/apps/*/*.hpp")
+       "${PROJECT_SOURCE_DIR}/apps/*/*.hpp" "${PROJECT_SOURCE_DIR}/apps/*/*/*.hpp")
   list(REMOVE_ITEM inner ${public})
   orvek23_check_headers_as(17 LINK orvek23::host HEADERS ${public})
   orvek23_check_headers_as(20 LINK orvek23::core orvek23::host HEADERS ${inner})

@@ -36,6 +36,8 @@ void declare(CLI::App& app, replay::Options& options) {
                  std::string("Whose poses, or all; default:\n") + replay::default_bodies)
       ->option_text("LIST")
       ->needs(output);
+  app.add_option("--plot", options.plot, "Picture of the motion, .svg or .png, drawn by gnuplot")
+      ->option_text("FILE");
   app.add_option("--plugin", options.plugin, "Plug-in to load; default: the one that comes along")
       ->option_text("FILE");
   app.set_help_flag("-h,--help", "Print this and end");

@@ -6,10 +6,12 @@
 #include <stdexcept>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 #include "apps/replay/driver.hpp"
 #include "apps/replay/motion_file.hpp"
+#include "apps/replay/plot/plot.hpp"
 #include "apps/replay/progress.hpp"
 #include "apps/replay/rates.hpp"
 #include "apps/replay/results_file.hpp"
@@ -36,6 +38,20 @@ void require_another_file(const Options& options) {
   }
 }
 
+// Neither exists yet, perhaps, so their names are compared.
+void require_own_name(const std::filesystem::path& plot, const Options& options) {
+  std::error_code absent;
+  const auto resolved = [&absent](const auto& path) {
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(path), absent);
+  };
+  for (const auto& [path, what] :
+       {std::pair(options.motion, "motion"), {options.results, "results"}}) {
+    if (!path.empty() && resolved(path) == resolved(plot)) {
+      throw std::runtime_error(plot.string() + ": the picture would replace the " + what);
+    }
+  }
+}
+
 }  // namespace
 
 void run(const Options& options, std::ostream& summary_out, std::ostream* terminal) {
@@ -50,6 +66,11 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
     require_another_file(options);
     results.emplace(options.results, signals);
   }
+  std::optional<Plot> plot;
+  if (!options.plot.empty()) {
+    require_own_name(options.plot, options);
+    plot.emplace(options.plot, *system, motion.wrench_bodies());
+  }
   Driver driver(*system, motion.wrench_bodies(), computations(signals));
   Summary summary(*system);
   std::optional<Progress> progress(std::in_place, terminal);
@@ -57,6 +78,7 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
     driver.run(*state);
     summary.add(state->sample, *system);
     if (results) results->add(state->sample.time, *system);
+    if (plot) plot->add(state->sample, *system);
     progress->show(summary.samples(), motion.share_read());
   }
   progress.reset();
@@ -68,6 +90,10 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
   summary_out << "plug-in         " << std::fixed << std::setprecision(2)
               << microseconds / static_cast<double>(summary.samples()) << " us a sample\n";
   if (results) summary_out << "results         " << output_name(options.results) << "\n";
+  if (plot) {
+    plot->commit(input_name(options.motion.filename()));
+    summary_out << "picture         " << options.plot.string() << "\n";
+  }
 }
 
 }  // namespace replay

@@ -12,11 +12,12 @@ struct Options {
   std::filesystem::path plugin;
   std::filesystem::path results;  // empty: none are written; "-": standard output
   Selection selection;            // what the results hold
+  std::filesystem::path plot;     // empty: none is drawn
 };
 
-/// Runs the motion through the plug-in, writes the results and prints the summary. `terminal`, if
-/// any, shows meanwhile how far it is. Throws a std::exception whose one line says what is wrong;
-/// then no results are left.
+/// Runs the motion through the plug-in, writes the results, prints the summary and draws the
+/// picture. `terminal`, if any, shows meanwhile how far it is. Throws a std::exception whose one
+/// line says what is wrong; then no results are left, but if the last, the drawing, fails.
 void run(const Options& options, std::ostream& summary, std::ostream* terminal);
 
 }  // namespace replay

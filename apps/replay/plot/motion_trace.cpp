@@ -1,0 +1,85 @@
+#include "apps/replay/plot/motion_trace.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <utility>
+
+namespace replay {
+namespace {
+
+using Eigen::Vector3d;
+
+bool is_finite(const Posture& posture) {
+  return posture.com.allFinite() &&
+         std::all_of(posture.points.begin(), posture.points.end(),
+                     [](const Vector3d& point) { return point.allFinite(); });
+}
+
+}  // namespace
+
+void TorqueRange::merge(const TorqueRange& later) {
+  for (std::size_t i = 0; i < joints.size(); ++i) {
+    auto& [low, high] = joints[i];
+    const auto& [later_low, later_high] = later.joints[i];
+    if (std::isnan(low.value) || later_low.value < low.value) low = later_low;
+    if (std::isnan(high.value) || later_high.value > high.value) high = later_high;
+  }
+}
+
+MotionTrace::MotionTrace(const tavo::RigidBodySystem& system,
+                         const std::vector<unsigned long>& wrench_bodies)
+    : skeleton_(system), weight_(9.81 * system.getMass()) {
+  for (std::size_t i = 0; i < feet_.size(); ++i) {
+    feet_[i].body = system.getBodyId(foot_bodies[i]);
+    const auto found = std::find(wrench_bodies.begin(), wrench_bodies.end(), feet_[i].body);
+    if (found != wrench_bodies.end()) feet_[i].force = 6 * (found - wrench_bodies.begin());
+  }
+}
+
+void MotionTrace::add(const Sample& sample, const tavo::RigidBodySystem& system) {
+  if (samples_++ == 0) first_time_ = sample.time;
+  last_time_ = sample.time;
+  add_posture(sample, system);
+  add_torques(sample.time, system);
+}
+
+void MotionTrace::add_posture(const Sample& sample, const tavo::RigidBodySystem& system) {
+  Posture posture{sample.time, as_vector(system.getComPosition()), {}, skeleton_.points(system)};
+  if (!is_finite(posture)) return;
+  for (std::size_t i = 0; i < feet_.size(); ++i) {
+    const KT::Math::Transform& pose = system.getPose(feet_[i].body);
+    const Vector3d sole = as_vector(sole_point(pose));
+    const Vector3d ahead = as_vector(sole_point(pose, 1)) - sole;
+    posture.soles[i] = sole;
+    feet_[i].footholds.add(stands(feet_[i], sample, sole), {sole, ahead});
+  }
+  last_posture_ = posture;
+  postures_.add(std::move(posture));
+}
+
+std::vector<Posture> MotionTrace::postures() const {
+  std::vector<Posture> postures = postures_.items();
+  if (last_posture_ && last_posture_->time > postures.back().time) {
+    postures.push_back(*last_posture_);
+  }
+  return postures;
+}
+
+bool MotionTrace::stands(const Foot& foot, const Sample& sample, const Vector3d& sole) const {
+  if (foot.force) return sample.wrenches.segment<3>(*foot.force).norm() > 0.05 * weight_;
+  return std::abs(sole.z()) < 0.003;
+}
+
+void MotionTrace::add_torques(double time, const tavo::RigidBodySystem& system) {
+  TorqueRange range;
+  const tavo::JointRange torques = system.getJointAnglesTorque();
+  for (const float* torque = torques.first; torque != torques.second; ++torque) {
+    const bool finite = std::isfinite(*torque);
+    const TorqueRange::At at{time, finite ? *torque : std::numeric_limits<double>::quiet_NaN()};
+    range.joints.push_back({at, at});
+  }
+  torques_.add(std::move(range));
+}
+
+}  // namespace replay

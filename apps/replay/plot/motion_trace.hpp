@@ -1,0 +1,85 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <host/rigid_body_system.hpp>
+#include <optional>
+#include <vector>
+
+#include <Eigen/Core>
+
+#include "apps/replay/foot.hpp"
+#include "apps/replay/motion_file.hpp"
+#include "apps/replay/plot/footholds.hpp"
+#include "apps/replay/plot/skeleton.hpp"
+#include "apps/replay/plot/thinned.hpp"
+
+namespace replay {
+
+/// The robot at one time; of several merged, at the first of their times.
+struct Posture {
+  double time;                                            // s
+  Eigen::Vector3d com;                                    // m, world
+  std::array<Eigen::Vector3d, foot_bodies.size()> soles;  // the points below the ankles, m, world
+  std::vector<Eigen::Vector3d> points;                    // of the skeleton, m, world
+  void merge(const Posture&) {}
+};
+
+/// The torques over a stretch of time: of each joint the smallest and the largest, with their
+/// times, so that no peak is lost however long the motion.
+struct TorqueRange {
+  struct At {
+    double time;   // s
+    double value;  // N m; not a number where the result is not finite
+  };
+  struct LowHigh {
+    At low, high;
+  };
+  std::vector<LowHigh> joints;  // joint-angle order
+  void merge(const TorqueRange& later);
+};
+
+/// What the picture of a motion shows, gathered sample by sample in bounded memory.
+class MotionTrace {
+ public:
+  /// The samples carry wrenches on `wrench_bodies`.
+  MotionTrace(const tavo::RigidBodySystem& system, const std::vector<unsigned long>& wrench_bodies);
+
+  /// Takes in a sample and the results that the system's getters show for it. Results that are not
+  /// finite are left out.
+  void add(const Sample& sample, const tavo::RigidBodySystem& system);
+
+  std::size_t samples() const { return samples_; }
+  double first_time() const { return first_time_; }
+  double last_time() const { return last_time_; }
+  const Skeleton& skeleton() const { return skeleton_; }
+  /// In order of time, the first and the last of the motion included.
+  std::vector<Posture> postures() const;
+  const std::vector<TorqueRange>& torques() const { return torques_.items(); }
+  /// Of one foot, in the order of foot_bodies. A foot stands while it carries a twentieth of the
+  /// robot's weight; in a motion that has no wrench for it, while its sole is on the ground, z = 0,
+  /// to 3 mm.
+  std::vector<Foothold> footholds(std::size_t foot) const { return feet_[foot].footholds.all(); }
+
+ private:
+  struct Foot {
+    unsigned long body;
+    std::optional<Eigen::Index> force;  // where it begins among a sample's wrenches
+    Footholds footholds;
+  };
+
+  bool stands(const Foot& foot, const Sample& sample, const Eigen::Vector3d& sole) const;
+  void add_posture(const Sample& sample, const tavo::RigidBodySystem& system);
+  void add_torques(double time, const tavo::RigidBodySystem& system);
+
+  Skeleton skeleton_;
+  double weight_;  // N
+  std::array<Foot, foot_bodies.size()> feet_;
+  std::size_t samples_ = 0;
+  double first_time_ = 0, last_time_ = 0;
+  Thinned<Posture> postures_{600};
+  std::optional<Posture> last_posture_;
+  Thinned<TorqueRange> torques_{300};
+};
+
+}  // namespace replay

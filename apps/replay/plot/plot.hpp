@@ -1,0 +1,37 @@
+#pragma once
+
+#include <filesystem>
+#include <host/rigid_body_system.hpp>
+#include <string>
+#include <vector>
+
+#include "apps/replay/motion_file.hpp"
+#include "apps/replay/output_file.hpp"
+#include "apps/replay/plot/motion_trace.hpp"
+#include "apps/replay/plot/sheet.hpp"
+
+namespace replay {
+
+/// The picture of a motion, drawn by gnuplot. Every member throws std::runtime_error if there can
+/// be no picture; what can be known beforehand, the constructor finds out.
+class Plot {
+ public:
+  /// `path` ends in .svg or .png; the samples carry wrenches on `wrench_bodies`.
+  Plot(const std::filesystem::path& path, const tavo::RigidBodySystem& system,
+       const std::vector<unsigned long>& wrench_bodies);
+
+  /// Takes in a sample and the results that the system's getters show for it.
+  void add(const Sample& sample, const tavo::RigidBodySystem& system) {
+    trace_.add(sample, system);
+  }
+
+  /// Draws the picture and makes it appear under its name. Without it nothing is left.
+  void commit(const std::string& motion);
+
+ private:
+  PictureFormat format_;
+  OutputFile file_;
+  MotionTrace trace_;
+};
+
+}  // namespace replay

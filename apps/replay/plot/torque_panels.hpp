@@ -1,0 +1,12 @@
+#pragma once
+
+#include "apps/replay/plot/motion_trace.hpp"
+#include "apps/replay/plot/sheet.hpp"
+
+namespace replay {
+
+/// Adds the two panels with the joint torques over time, of the legs and of the arms: a colour for
+/// each kind of joint, solid on the left and dashed on the right.
+void add_torque_panels(Sheet& sheet, const MotionTrace& trace);
+
+}  // namespace replay

@@ -1,0 +1,281 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <regex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "apps/replay/plot/figures.hpp"
+#include "apps/replay/plot/motion_trace.hpp"
+#include "apps/replay/plot/thinned.hpp"
+#include "tests/replay_fixture.hpp"
+
+namespace {
+
+using replay::Posture, replay::Thinned, replay::TorqueRange;
+
+// What gnuplot wrote: texts with their places, and the soles that stand, in px.
+struct Picture {
+  struct Text {
+    double x, y;
+    std::string anchor, text;
+  };
+  struct Sole {
+    bool left;
+    double heel, toe, far_side, near_side;
+  };
+  std::vector<Text> texts;
+  std::vector<Sole> soles;
+
+  explicit Picture(const std::string& svg) {
+    const std::regex text(
+        R"re(translate\(([\d.]+),([\d.]+)\)[^>]*text-anchor="(\w+)">\s*<text>(?:<tspan[^>]*>)?([^<]*)<)re");
+    for (std::sregex_iterator found(svg.begin(), svg.end(), text), end; found != end; ++found) {
+      texts.push_back({std::stod((*found)[1]), std::stod((*found)[2]), (*found)[3], (*found)[4]});
+    }
+    const std::regex sole(
+        R"(<polygon fill = 'rgb\( *(\d+)[^>]*points = '([\d.]+),([\d.]+) ([\d.]+),[\d.]+ [\d.]+,([\d.]+))");
+    for (std::sregex_iterator found(svg.begin(), svg.end(), sole), end; found != end; ++found) {
+      const auto number = [&found](std::size_t i) { return std::stod((*found)[i]); };
+      const bool legend = number(2) > 736;
+      if (!legend) soles.push_back({number(1) == 0, number(2), number(4), number(3), number(5)});
+    }
+  }
+
+  // The first one: panels are written from the top down.
+  Text find(const std::string& text, const std::string& anchor) const {
+    for (const Text& one : texts) {
+      if (one.text == text && one.anchor == anchor) return one;
+    }
+    ADD_FAILURE() << "no text " << text;
+    return {};
+  }
+  double px_per_metre() const { return 10 * (find("0.1", "middle").x - find("0", "middle").x); }
+
+  // Where the points below the ankles stood, x in m.
+  std::vector<double> footholds(bool left) const {
+    std::vector<double> footholds;
+    for (const Sole& sole : soles) {
+      const double heel = (sole.heel - find("0", "middle").x) / px_per_metre();
+      if (sole.left == left) footholds.push_back(heel - replay::drawn_heel);
+    }
+    return footholds;
+  }
+};
+
+void expect_near(const std::vector<double>& got, const std::vector<double>& want,
+                 double tolerance) {
+  ASSERT_EQ(got.size(), want.size());
+  for (std::size_t i = 0; i < got.size(); ++i) EXPECT_NEAR(got[i], want[i], tolerance) << i;
+}
+
+class ReplayPlot : public Replay {
+ protected:
+  std::string svg(const std::string& motion) const {
+    write("motion.csv", motion);
+    EXPECT_EQ(run("motion.csv --plot motion.svg"), 0) << read("err");
+    const std::string picture = read("motion.svg");
+    EXPECT_TRUE(picture.ends_with("</svg>\n\n")) << picture.substr(0, 200);
+    return picture;
+  }
+
+  // From here on this script runs in the place of gnuplot.
+  void replace_gnuplot(const std::string& script) const {
+    fs::create_directory(folder_ / "bin");
+    write("bin/gnuplot", "#!/bin/sh\n" + script);
+    fs::permissions(folder_ / "bin" / "gnuplot", fs::perms::owner_all);
+  }
+};
+
+TEST_F(ReplayPlot, ShowsTheWalkToScale) {
+  const Picture picture(svg(text(walk())));
+  for (const char* text : {"Motion \"motion.csv\": 801 samples over 8 s", "x, m", "y, m", "z, m",
+                           "time, s", "torque, N m", "0.0 s", "8.0 s"}) {
+    picture.find(text, "middle");
+  }
+  for (const char* text : {"HipYawPitch", "AnkleRoll", "ShoulderPitch", "ElbowRoll", "left",
+                           "right", "left limbs", "right sole", "centre of mass"}) {
+    picture.find(text, "start");
+  }
+  const double scale = picture.px_per_metre();
+  EXPECT_GT(scale, 600);
+  EXPECT_NEAR(scale, 10 * (picture.find("0", "end").y - picture.find("0.1", "end").y), 0.2);
+
+  expect_near(picture.footholds(true), {0, 0.12, 0.24, 0.36, 0.42}, 1e-3);
+  expect_near(picture.footholds(false), {0, 0.06, 0.18, 0.3, 0.42}, 1e-3);
+  ASSERT_FALSE(picture.soles.empty());
+  const Picture::Sole &left = picture.soles.front(), &right = picture.soles.back();
+  EXPECT_NEAR(left.toe - left.heel, 0.11 * scale, 0.2);
+  EXPECT_NEAR(left.near_side - left.far_side, 0.05 * scale, 0.2);
+  EXPECT_NEAR(right.far_side - left.far_side, 0.1 * scale, 0.2) << "the left foot is not on top";
+}
+
+// The picture that the documents show is the one that the program draws.
+TEST_F(ReplayPlot, DocumentsShowTheSame) {
+  ASSERT_EQ(run("--plot walk.svg"), 0) << read("err");
+  const auto words_of = [](const std::string& picture) {
+    std::string words;
+    for (const Picture::Text& text : Picture(picture).texts) words += text.text + "\n";
+    return words;
+  };
+  EXPECT_EQ(words_of(read("walk.svg")), words_of(contents(WALK_SVG)));
+}
+
+// Without wrenches the soles' height tells where the feet stand; they come down softly.
+TEST_F(ReplayPlot, FindsFootholdsWithoutWrenches) {
+  Table bare = walk();
+  for (auto& row : bare) row.resize(29);
+  const Picture picture(svg(text(bare)));
+  expect_near(picture.footholds(true), {0, 0.12, 0.24, 0.36, 0.42}, 5e-3);
+  expect_near(picture.footholds(false), {0, 0.06, 0.18, 0.3, 0.42}, 5e-3);
+}
+
+// Whatever the motion, the axes must have an extent and the panels room.
+TEST_F(ReplayPlot, DrawsAnyMotion) {
+  const auto changed = [](std::size_t samples, const std::string& name, double from, double step) {
+    Table rows = first_rows(samples);
+    for (std::size_t i = 1; i < rows.size(); ++i) {
+      rows[i][column(rows, name)] = std::to_string(from + step * static_cast<double>(i));
+    }
+    return text(rows);
+  };
+  EXPECT_EQ(Picture(svg(text(first_rows(1)))).soles.size(), 2U);
+  Table late = first_rows(602);  // more than are kept
+  late.back()[0] = "9";
+  Picture(svg(text(late))).find("9 s", "middle");
+  Picture(svg(changed(30, "time", 1.7e9, 0.01))).find("1700000000.2", "middle");
+  svg(changed(30, "yaw", 0.5, 0));
+  svg(changed(30, "pitch", -1.5707963, 0));  // on its back
+  for (const char* axis : {"x", "y", "z"}) {
+    Picture(svg(changed(30, axis, 0, 1e3))).find("right sole", "start");  // the legend has room
+    svg(changed(30, axis, 1e36, -1e37));
+  }
+}
+
+TEST_F(ReplayPlot, WritesPngAndOddNames) {
+  const std::string name = "it's a \"walk\" $(date) `date` & <b> {}_^\\n";
+  write(name + ".csv", text(first_rows(3)));
+  setenv("NAME", name.c_str(), 1);
+  const auto run_on = [this](const std::string& extension) {
+    return shell("replay \"$NAME.csv\" --plot \"$NAME" + extension + "\" >out 2>err");
+  };
+  EXPECT_EQ(run_on(".png"), 0) << read("err");
+  EXPECT_EQ(run_on(".svg"), 0) << read("err");
+  const std::string png = read(name + ".png");
+  EXPECT_TRUE(png.starts_with("\x89PNG\r\n")) << png.substr(0, 20);
+  EXPECT_GT(png.size(), 20000U);
+  EXPECT_NE(
+      read(name + ".svg").find("Motion \"it's a \"walk\" $(date) `date` &amp; &lt;b> {}_^\\...\""),
+      std::string::npos);
+}
+
+TEST_F(ReplayPlot, NothingIsLostWhenThereCanBeNoPicture) {
+  const std::string good = text(first_rows(3));
+  write("motion.csv", good);
+  write("motion.svg", good);
+  write("old.svg", "older picture");
+  const std::string no_gnuplot = "PATH=/nowhere; ";
+  const std::string results = "replay motion.csv -o results.csv --plot ";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {results + "new.pdf", "new.pdf: a picture's name ends in .svg or .png"},
+      {results + "svg", "svg: a picture's name ends in .svg or .png"},
+      {no_gnuplot + results + "new.svg",
+       "gnuplot: not found; a picture needs it (Debian package gnuplot-nox)"},
+      {results + "nowhere/new.svg",
+       "nowhere/new.svg: cannot be written: No such file or directory"},
+      {"replay motion.svg --plot ./motion.svg",
+       "./motion.svg: the picture would replace the motion"},
+      {"replay motion.csv -o new.svg --plot ./new.svg",
+       "./new.svg: the picture would replace the results"},
+      {"(cat motion.csv; echo x) >bad.csv; replay bad.csv --plot old.svg",
+       "bad.csv, line 5, column 1 (time): \"x\" is not a number"}};
+  for (const auto& [script, fault] : cases) {
+    EXPECT_EQ(shell("{ " + script + "; } >out 2>err"), 1) << script;
+    EXPECT_EQ(read("err"), "orvek23-replay: " + fault + "\n");
+  }
+  EXPECT_EQ(read("motion.svg"), good);
+  EXPECT_EQ(read("old.svg"), "older picture");
+  EXPECT_EQ(files(), (std::vector<std::string>{"bad.csv", "err", "motion.csv", "motion.svg",
+                                               "old.svg", "out"}));
+}
+
+// Found out only at the end, when the run has been worth something.
+TEST_F(ReplayPlot, ResultsOutliveAPictureThatFails) {
+  write("motion.csv", text(first_rows(3)));
+  write("old.svg", "older picture");
+  const std::string draws = "grep -q multiplot || exit 0\n";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {draws + "printf 'gnuplot> plot\\n     ^\\n     line 9: on strike\\n\\n' >&2; exit 1\n",
+       "line 9: on strike"},
+      {draws + "kill -9 $$\n", "ended by signal: Killed"},
+      {draws + "exit 1\n", "failed without a message"},
+      {draws + "echo '<svg>'\n", "the picture is incomplete"}};
+  for (const auto& [script, fault] : cases) {
+    replace_gnuplot(script);
+    fs::remove(folder_ / "results.csv");
+    EXPECT_EQ(shell("PATH=$PWD/bin:$PATH; replay motion.csv -o results.csv --plot old.svg "
+                    ">out 2>err"),
+              1);
+    EXPECT_EQ(read("err"), "orvek23-replay: gnuplot: " + fault + "\n");
+    EXPECT_EQ(table(read("results.csv")).size(), 4U);
+    EXPECT_NE(read("out").find("largest torque"), std::string::npos);
+    EXPECT_EQ(read("old.svg"), "older picture");
+    EXPECT_EQ(files().size(), 6U);
+  }
+}
+
+// One sample of a joint is far out, once on either side of 0: no thinning may hide that.
+TEST(Thinned, KeepsPeaksAndOrderInBoundedMemory) {
+  Thinned<TorqueRange> series(8);
+  const auto torque = [](int i) { return i == 777 ? 50.0 : i == 901 ? -60.0 : std::sin(0.1 * i); };
+  for (int i = 0; i < 1000; ++i) {
+    const TorqueRange::At at{i * 0.01, torque(i)};
+    series.add({{{at, at}}});
+  }
+  ASSERT_LE(series.items().size(), 8U);
+  ASSERT_GE(series.items().size(), 4U);
+  TorqueRange all = series.items().front();
+  double last_time = 0;
+  for (const TorqueRange& range : series.items()) {
+    const auto& [low, high] = range.joints[0];
+    EXPECT_GE(std::min(low.time, high.time), last_time);
+    EXPECT_LT(std::max(low.time, high.time) - last_time, 2.56) << "stretches of different lengths";
+    last_time = std::max(low.time, high.time);
+    all.merge(range);
+  }
+  EXPECT_EQ(all.joints[0].high.value, 50);
+  EXPECT_DOUBLE_EQ(all.joints[0].high.time, 7.77);
+  EXPECT_EQ(all.joints[0].low.value, -60);
+  EXPECT_DOUBLE_EQ(all.joints[0].low.time, 9.01);
+}
+
+// A robot that waits, walks and waits again: figures at even distances, none on top of another.
+TEST(ChosenFigures, StandApartWhereTheRobotWaits) {
+  const Eigen::Vector3d origin = Eigen::Vector3d::Zero();
+  std::vector<Posture> postures;
+  for (int i = 0; i <= 300; ++i) {
+    const double x = std::clamp(0.01 * (i - 100), 0.0, 1.0);
+    postures.push_back({0.01 * i, {x, 0, 0.3}, {origin, origin}, {{x, 0, 0}, {x, 0.5 * x, 0.5}}});
+  }
+  const auto figures = replay::chosen_figures(postures, 9);
+  ASSERT_LE(figures.size(), 9U);
+  ASSERT_GE(figures.size(), 8U);
+  EXPECT_EQ(figures.front().posture->time, 0);
+  EXPECT_EQ(figures.back().posture->time, 3);
+  const double even = 1.0 / static_cast<double>(figures.size() - 1);
+  for (std::size_t i = 1; i < figures.size(); ++i) {
+    const double gap = figures[i].posture->com.x() - figures[i - 1].posture->com.x();
+    EXPECT_NEAR(gap, even, 0.6 * even) << i;
+    EXPECT_GT(figures[i].share, figures[i - 1].share);
+  }
+  EXPECT_EQ(figures.back().share, 1);
+
+  postures.resize(90);
+  EXPECT_EQ(replay::chosen_figures(postures, 9).size(), 1U);
+  EXPECT_TRUE(replay::chosen_figures({}, 9).empty());
+}
+
+}  // namespace
