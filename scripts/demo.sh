@@ -4,9 +4,10 @@ set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/packages.sh
 
-need_packages "${build_packages[@]}"
+need_packages "${build_packages[@]}" gnuplot-nox
 cmake --preset release
 cmake --build --preset release
 
-build/release/bin/orvek23-replay -o walk-results.csv
+build/release/bin/orvek23-replay -o walk-results.csv --plot walk.svg
 echo "Results of every sample: $PWD/walk-results.csv"
+echo "Picture of the walk: $PWD/walk.svg"
