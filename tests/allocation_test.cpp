@@ -121,7 +121,18 @@ TEST_F(Allocation, SettersGettersAndAMillionComputationsNeedNone) {
     robot.setVolatilePose(0, frame);
     robot.setBodyInertia(3, 0.1f, {0, 0, 0.01f}, inertia);
     tavo::partialComJacobian(robot, 3, J);
-    sum += robot.getPose(3).m[0] + robot.getComPosition(3).x + robot.getRootVelocity().vx;
+    sum += robot.getPose(3).m[0] + robot.getPoseInRoot(3).m[0] + robot.getRootPose().m[0] +
+           robot.getVolatilePose(0).m[0] + robot.getComPosition().x + robot.getComPosition(3).x +
+           robot.getComPositionInRoot().x + robot.getRootVelocity().vx +
+           robot.getRootAcceleration().vx + robot.getMass() + robot.getMass(3) +
+           robot.getPartialMass(3) + robot.getGeneralizedMass()(0, 0) +
+           robot.getJacobianInRoot()(0, 0) + *robot.getJointAnglesPos().first +
+           *robot.getJointAnglesVel().first + *robot.getJointAnglesAcc().first +
+           *robot.getJointAnglesTorque().first + robot.getJointAngleTorque(3);
+    for (unsigned long i = 0; i < 22; ++i) {
+      sum += static_cast<float>(robot.getJointAngleId(robot.getJointAngleName(i)) +
+                                robot.getBodyId(robot.getBodyName(i)));
+    }
   });
   EXPECT_EQ(setters.asked, 0);
   const Heap computations = watch([&] {
@@ -136,6 +147,15 @@ TEST_F(Allocation, SettersGettersAndAMillionComputationsNeedNone) {
   });
   EXPECT_EQ(computations.asked, 0);
   EXPECT_TRUE(std::isfinite(sum));
+}
+
+// The tables are new vectors each time; an error's message is made only when it is needed.
+TEST_F(Allocation, TablesAndErrorsAreTheOnlyOtherCalls) {
+  EXPECT_EQ(watch([&] { robot.getParentsVector(); }).asked, 1);
+  EXPECT_EQ(watch([&] { robot.getDofNumbersVector(); }).asked, 1);
+  EXPECT_EQ(watch([&] { robot.getDofIndexesVector(); }).asked, 1);
+  EXPECT_EQ(watch([&] { robot.getName(); }).asked, 0);
+  EXPECT_GT(watch([&] { message_of<std::out_of_range>([&] { robot.getBodyId(""); }); }).asked, 0);
 }
 
 // Every allocation of `create` fails in turn, alone and with all that follow it (then the exception
