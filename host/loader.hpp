@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// Opens the plug-in for a C++ host. Others need dlopen and the two entry points.
+
 #include <dlfcn.h>
 #include <host/rigid_body_system.hpp>
 #include <memory>
@@ -20,6 +23,7 @@ class Plugin {
   class Deleter {
    public:
     Deleter() = default;
+    /// Calls the plug-in's `destroy`.
     void operator()(RigidBodySystem* system) const { destroy_(system); }
 
    private:
@@ -31,16 +35,19 @@ class Plugin {
     std::shared_ptr<void> library_;
     Destroy destroy_ = nullptr;
   };
+  /// Owns one system.
   using System = std::unique_ptr<RigidBodySystem, Deleter>;
 
   /// Opens the plug-in at `path` (searched like any shared library if it has no slash) and checks
-  /// its entry points. Throws std::runtime_error with the dynamic loader's own message.
+  /// its entry points. All symbols are bound at once, so no call is slowed by it later. Throws
+  /// std::runtime_error with the dynamic loader's own message.
   explicit Plugin(const std::string& path)
       : library_(open(path)),
         create_(entry_point<Create>("create", path)),
         destroy_(entry_point<Deleter::Destroy>("destroy", path)) {}
 
-  /// A new system. Throws std::bad_alloc.
+  /// A new system, as ::create leaves it. Not while any operation runs on any other system of the
+  /// process. Throws std::bad_alloc.
   System create() const { return System(create_(), Deleter(library_, destroy_)); }
 
  private:
@@ -73,8 +80,9 @@ class Plugin {
   Deleter::Destroy destroy_;
 };
 
-/// computePartialComJacobian into a matrix that the host sizes first, so that its storage is made
-/// and freed by the host alone, whatever instruction set the host is compiled for.
+/// RigidBodySystem::computePartialComJacobian into a matrix that the host sizes first, to 3 x 28,
+/// so that its storage is made and freed by the host alone, whatever instruction set the host is
+/// compiled for. Allocates only if J has another size; throws std::bad_alloc if that fails.
 inline void partialComJacobian(RigidBodySystem& system, unsigned long i,
                                Eigen::Matrix<float, 3, Eigen::Dynamic>& J) {
   J.resize(3, 28);

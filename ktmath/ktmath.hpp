@@ -1,5 +1,8 @@
 #pragma once
 
+/// @file
+/// The namespace KT::Math.
+
 #include <type_traits>
 
 /// The host platform's math types, as they cross the plug-in's boundary.
@@ -24,24 +27,40 @@ struct Transform {
 struct Position3D {
   /// The origin.
   Position3D();
+  /// The point (x, y, z).
   Position3D(float x, float y, float z);
 
-  float x, y, z;
+  float x;  ///< m
+  float y;  ///< m
+  float z;  ///< m
 };
 
 /// A pose in six coordinates: the origin (m), then the angles (rad) of the orientation
 /// R = Rz(gamma) Ry(beta) Rx(alpha).
 struct Position6D {
+  /// Origin (m), then angles (rad).
   Position6D(float x, float y, float z, float alpha, float beta, float gamma);
 
-  float x, y, z, alpha, beta, gamma;
+  float x;      ///< m
+  float y;      ///< m
+  float z;      ///< m
+  float alpha;  ///< roll, about x; rad
+  float beta;   ///< pitch, about y; rad
+  float gamma;  ///< yaw, about z; rad
 };
 
-/// A rate in six components: linear x, y, z, then angular x, y, z.
+/// A velocity (m/s, rad/s) or an acceleration (m/s2, rad/s2) in six components: linear x, y, z,
+/// then angular x, y, z. Who takes or gives one names its frame.
 struct Velocity6D {
+  /// Linear part, then angular part.
   Velocity6D(float vx, float vy, float vz, float wx, float wy, float wz);
 
-  float vx, vy, vz, wx, wy, wz;
+  float vx;  ///< linear
+  float vy;  ///< linear
+  float vz;  ///< linear
+  float wx;  ///< angular
+  float wy;  ///< angular
+  float wz;  ///< angular
 };
 
 /// The six coordinates of `t`: alpha and gamma in [-pi, pi], beta in [-pi/2, pi/2]. At beta =

@@ -1,0 +1,31 @@
+# The target `docs`: HTML of what a host includes, beside the documents, in <build>/docs/html. A
+# warning is an error.
+find_package(Doxygen 1.9)
+if(DOXYGEN_FOUND)
+  set(DOXYGEN_PROJECT_BRIEF "${PROJECT_DESCRIPTION}")
+  set(DOXYGEN_OUTPUT_DIRECTORY "${PROJECT_BINARY_DIR}/docs")
+  set(DOXYGEN_STRIP_FROM_PATH "${PROJECT_SOURCE_DIR}")
+  set(DOXYGEN_STRIP_FROM_INC_PATH "${PROJECT_SOURCE_DIR}")
+  set(DOXYGEN_USE_MDFILE_AS_MAINPAGE "${PROJECT_SOURCE_DIR}/docs/hosting.md")
+  set(DOXYGEN_EXCLUDE_SYMBOLS "KT::Math::internal")
+  set(DOXYGEN_JAVADOC_AUTOBRIEF YES)
+  set(DOXYGEN_SORT_MEMBER_DOCS NO)  # the order of declaration is by theme
+  set(DOXYGEN_EXTRACT_STATIC YES)
+  set(DOXYGEN_BUILTIN_STL_SUPPORT YES)
+  set(DOXYGEN_GENERATE_TREEVIEW YES)
+  set(DOXYGEN_HAVE_DOT NO)
+  set(DOXYGEN_QUIET YES)
+  set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
+  doxygen_add_docs(docs
+    host/rigid_body_system.hpp host/loader.hpp ktmath/ktmath.hpp
+    docs/hosting.md docs/conventions.md docs/accuracy.md docs/performance.md)
+endif()
+
+function(orvek23_test_api_docs)
+  if(DOXYGEN_FOUND)
+    file(MAKE_DIRECTORY "${DOXYGEN_OUTPUT_DIRECTORY}")
+    add_test(NAME api_docs COMMAND Doxygen::doxygen "${PROJECT_BINARY_DIR}/Doxyfile.docs"
+             WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")
+    set_tests_properties(api_docs PROPERTIES LABELS documents TIMEOUT 120)
+  endif()
+endfunction()
