@@ -15,6 +15,7 @@ static_assert(EIGEN_MAX_ALIGN_BYTES == 16,
               "The plug-in exchanges Eigen matrices aligned to 16 bytes: compile this host with "
               "-DEIGEN_MAX_ALIGN_BYTES=16 (the CMake target orvek23::host sets it).");
 
+/// The host's side: the interface and what opens the plug-in.
 namespace tavo {
 
 /// The 22 joint values inside the object, in joint-angle order: valid while the object lives,
