@@ -12,8 +12,8 @@
 #include <string>
 #include <system_error>
 
+#include "apps/common/standard_streams.hpp"
 #include "apps/replay/messages.hpp"
-#include "apps/replay/standard_streams.hpp"
 
 namespace replay {
 namespace {
@@ -43,8 +43,8 @@ std::string fields(std::size_t count) {
 }  // namespace
 
 CsvReader::CsvReader(const std::string& path)
-    : name_(input_name(path)), in_(is_standard_stream(path) ? std::cin : file_) {
-  const std::filesystem::path place = is_standard_stream(path) ? "/dev/stdin" : path;
+    : name_(apps::input_name(path)), in_(apps::is_standard_stream(path) ? std::cin : file_) {
+  const std::filesystem::path place = apps::is_standard_stream(path) ? "/dev/stdin" : path;
   if (&in_ == &file_) file_.open(place);
   if (!in_) throw InputError(name_ + ": cannot be read: " + std::strerror(errno));
   std::error_code unknown;

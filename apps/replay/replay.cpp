@@ -9,13 +9,13 @@
 #include <utility>
 #include <vector>
 
+#include "apps/common/standard_streams.hpp"
 #include "apps/replay/driver.hpp"
 #include "apps/replay/motion_file.hpp"
 #include "apps/replay/plot/plot.hpp"
 #include "apps/replay/progress.hpp"
 #include "apps/replay/rates.hpp"
 #include "apps/replay/results_file.hpp"
-#include "apps/replay/standard_streams.hpp"
 #include "apps/replay/summary.hpp"
 
 namespace replay {
@@ -32,7 +32,7 @@ std::vector<Driver::Computation> computations(const std::vector<Signal>& signals
 void require_another_file(const Options& options) {
   std::error_code absent;
   const std::filesystem::path motion =
-      is_standard_stream(options.motion) ? "/dev/stdin" : options.motion;
+      apps::is_standard_stream(options.motion) ? "/dev/stdin" : options.motion;
   if (std::filesystem::equivalent(motion, options.results, absent)) {
     throw std::runtime_error(options.results.string() + ": the results would replace the motion");
   }
@@ -55,8 +55,7 @@ void require_own_name(const std::filesystem::path& plot, const Options& options)
 }  // namespace
 
 void run(const Options& options, std::ostream& summary_out, std::ostream* terminal) {
-  // A path, also when it is a bare file name: never a search in the library folders.
-  const tavo::Plugin plugin(std::filesystem::absolute(options.plugin).string());
+  const tavo::Plugin plugin(options.plugin.string());
   const tavo::Plugin::System system = plugin.create();
   const std::vector<Signal> signals = selected_signals(options.selection, *system);
   MotionFile motion(options.motion.string(), names_of(*system));
@@ -84,14 +83,14 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
   progress.reset();
   if (results) results->commit();
 
-  summary_out << "motion          " << input_name(options.motion) << "\n";
+  summary_out << "motion          " << apps::input_name(options.motion) << "\n";
   summary.print(summary_out);
   const double microseconds = 1e6 * driver.time_in_plugin().count();
   summary_out << "plug-in         " << std::fixed << std::setprecision(2)
               << microseconds / static_cast<double>(summary.samples()) << " us a sample\n";
-  if (results) summary_out << "results         " << output_name(options.results) << "\n";
+  if (results) summary_out << "results         " << apps::output_name(options.results) << "\n";
   if (plot) {
-    plot->commit(input_name(options.motion.filename()));
+    plot->commit(apps::input_name(options.motion.filename()));
     summary_out << "picture         " << options.plot.string() << "\n";
   }
 }

@@ -8,8 +8,8 @@
 namespace replay {
 
 struct Options {
-  std::filesystem::path motion;  // "-": standard input
-  std::filesystem::path plugin;
+  std::filesystem::path motion;   // "-": standard input
+  std::filesystem::path plugin;   // not a bare file name, which would be searched for
   std::filesystem::path results;  // empty: none are written; "-": standard output
   Selection selection;            // what the results hold
   std::filesystem::path plot;     // empty: none is drawn

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "apps/replay/output_file.hpp"
+#include "apps/common/output_file.hpp"
 #include "apps/replay/signals.hpp"
 
 namespace replay {
@@ -23,7 +23,7 @@ class ResultsFile {
   void commit() { file_.commit(); }
 
  private:
-  OutputFile file_;
+  apps::OutputFile file_;
   std::vector<Signal> signals_;
   std::vector<float> row_;
   std::string line_;

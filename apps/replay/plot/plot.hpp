@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "apps/common/output_file.hpp"
 #include "apps/replay/motion_file.hpp"
-#include "apps/replay/output_file.hpp"
 #include "apps/replay/plot/motion_trace.hpp"
 #include "apps/replay/plot/sheet.hpp"
 
@@ -30,7 +30,7 @@ class Plot {
 
  private:
   PictureFormat format_;
-  OutputFile file_;
+  apps::OutputFile file_;
   MotionTrace trace_;
 };
 

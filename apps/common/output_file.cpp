@@ -1,4 +1,4 @@
-#include "apps/replay/output_file.hpp"
+#include "apps/common/output_file.hpp"
 
 #include <cerrno>
 #include <cstring>
@@ -6,9 +6,9 @@
 #include <string>
 #include <unistd.h>
 
-#include "apps/replay/standard_streams.hpp"
+#include "apps/common/standard_streams.hpp"
 
-namespace replay {
+namespace apps {
 namespace fs = std::filesystem;
 
 OutputFile::OutputFile(const fs::path& path) : path_(path) {
@@ -47,4 +47,4 @@ void OutputFile::fail() const {
   throw std::runtime_error(output_name(path_) + ": cannot be written: " + std::strerror(errno));
 }
 
-}  // namespace replay
+}  // namespace apps

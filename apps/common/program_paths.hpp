@@ -2,11 +2,11 @@
 
 #include <filesystem>
 
-namespace replay {
+namespace apps {
 
 /// Where the program finds its companions, relative to itself: built and installed alike, it lies
 /// in bin/ beside lib/ and share/.
 std::filesystem::path default_plugin();
 std::filesystem::path default_motion();
 
-}  // namespace replay
+}  // namespace apps

@@ -6,9 +6,9 @@
 #include <optional>
 #include <string_view>
 
-#include "apps/replay/temporary_file.hpp"
+#include "apps/common/temporary_file.hpp"
 
-namespace replay {
+namespace apps {
 
 /// A file that appears under its name only when it is complete: it is written beside that name and
 /// renamed by commit(). Without commit() nothing is left and an older file stays as it was. A
@@ -34,4 +34,4 @@ class OutputFile {
   std::unique_ptr<std::FILE, Close> file_;
 };
 
-}  // namespace replay
+}  // namespace apps

@@ -3,7 +3,7 @@
 #include <atomic>
 #include <filesystem>
 
-namespace replay {
+namespace apps {
 
 /// The name of a file that is not to outlive its use: the file is removed when this object goes,
 /// and when SIGHUP, SIGINT or SIGTERM ends the program, even while it waits for input.
@@ -27,4 +27,4 @@ class TemporaryFile {
   std::atomic<TemporaryFile*> older_;
 };
 
-}  // namespace replay
+}  // namespace apps

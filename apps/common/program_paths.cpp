@@ -1,6 +1,6 @@
-#include "apps/replay/program_paths.hpp"
+#include "apps/common/program_paths.hpp"
 
-namespace replay {
+namespace apps {
 namespace {
 
 std::filesystem::path prefix() {
@@ -16,4 +16,4 @@ std::filesystem::path default_motion() {
   return prefix() / "share" / "orvek23" / "walk.csv";
 }
 
-}  // namespace replay
+}  // namespace apps

@@ -1,11 +1,11 @@
-#include "apps/replay/temporary_file.hpp"
+#include "apps/common/temporary_file.hpp"
 
 #include <csignal>
 #include <system_error>
 #include <unistd.h>
 #include <utility>
 
-namespace replay {
+namespace apps {
 namespace {
 
 // A signal that the program was started to ignore, as by nohup, stays ignored.
@@ -47,4 +47,4 @@ void TemporaryFile::end_program(int signal) {
   ::raise(signal);
 }
 
-}  // namespace replay
+}  // namespace apps
