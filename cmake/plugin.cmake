@@ -26,7 +26,10 @@ function(orvek23_add_plugin name isa)
   if(NOT ORVEK23_SANITIZE)
     target_link_options(${name} PRIVATE LINKER:-z,defs)  # a sanitizer's own symbols come later
   endif()
-  set_target_properties(${name} PROPERTIES LINK_DEPENDS "${plugin_map}" INSTALL_RPATH "$ORIGIN")
+  # A libktmath.so that the host has loaded is taken first, whatever stands here; then one beside the
+  # plug-in, then the stand-in.
+  set_target_properties(${name} PROPERTIES LINK_DEPENDS "${plugin_map}"
+                        INSTALL_RPATH "$ORIGIN:$ORIGIN/orvek23")
 endfunction()
 
 # How the passes are compiled: clang 14 leaves calls in so long a function at its own threshold.

@@ -2,18 +2,29 @@
 // wider alignment and another allocator. It passes matrices to and fro and checks a law that any
 // error at the boundary breaks: every body is left out of one partial Jacobian and counted in the
 // other 22, so these add up to 22 times the whole momentum.
+//
+//   boundary PLUGIN KTMATH     with the libktmath.so that must be the only one in the process
 
 #include <cstdio>
+#include <filesystem>
+#include <fstream>
 #include <host/loader.hpp>
+#include <set>
+#include <string>
 
 namespace {
 
-#if defined(__GNUC__)
-[[gnu::noinline]]
-#endif
-int exchange(const char* plugin_path) {
+// What the plug-in takes for granted, whatever the flags; without AVX-512 this is all that a build
+// with its flags can show.
+static_assert(EIGEN_MAX_ALIGN_BYTES == 16);
+static_assert(alignof(Eigen::Vector4f) == 16 && alignof(Eigen::Matrix<float, 16, 1>) == 16);
+static_assert(sizeof(Eigen::Matrix3f) == 9 * sizeof(float) && alignof(Eigen::Matrix3f) == 4);
+static_assert(sizeof(Eigen::MatrixXf) == sizeof(float*) + 2 * sizeof(Eigen::Index));
+static_assert(sizeof(Eigen::Matrix<float, 3, Eigen::Dynamic>) ==
+              sizeof(float*) + sizeof(Eigen::Index));
+
+int exchange(const tavo::Plugin& plugin) {
   using Matrix3X = Eigen::Matrix<float, 3, Eigen::Dynamic>;
-  const tavo::Plugin plugin(plugin_path);
   const tavo::Plugin::System robot = plugin.create();
   const Eigen::Matrix3f inertia = Eigen::Matrix3f::Identity() * 1e-3f;
   robot->setBodyInertia(7, 0.25f, {0.01f, 0, 0}, inertia);
@@ -41,6 +52,26 @@ int exchange(const char* plugin_path) {
   return good ? 0 : 1;
 }
 
+std::set<std::string> loaded_ktmaths() {
+  std::set<std::string> paths;
+  std::ifstream maps("/proc/self/maps");
+  for (std::string line; std::getline(maps, line);) {
+    if (line.find("/libktmath.so") != std::string::npos) paths.insert(line.substr(line.find('/')));
+  }
+  return paths;
+}
+
+// Not inlined: main must reach its question about the CPU.
+[[gnu::noinline]] int check(const char* plugin_path, const char* ktmath_path) {
+  const tavo::Plugin plugin(plugin_path);
+  for (const std::string& path : loaded_ktmaths()) std::printf("loaded: %s\n", path.c_str());
+  if (loaded_ktmaths() != std::set<std::string>{std::filesystem::canonical(ktmath_path)}) {
+    std::printf("expected: %s alone\n", ktmath_path);
+    return 1;
+  }
+  return exchange(plugin);
+}
+
 }  // namespace
 
 int main(int, char** argv) {
@@ -51,5 +82,5 @@ int main(int, char** argv) {
     return 77;  // for CTest
   }
 #endif
-  return exchange(argv[1]);
+  return check(argv[1], argv[2]);
 }

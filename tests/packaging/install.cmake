@@ -1,0 +1,18 @@
+# Installs BUILD into TREE by way of another folder: a package works wherever it is moved to, and
+# names no folder of the machine that built it.
+file(REMOVE_RECURSE "${TREE}" "${TREE}-first")
+execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${TREE}-first"
+                OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+file(RENAME "${TREE}-first" "${TREE}")
+
+execute_process(COMMAND grep -rIlF -e "${BUILD}" -e "${SOURCE}" -e "${TREE}" "${TREE}"
+                OUTPUT_VARIABLE files RESULT_VARIABLE absent)
+if(NOT absent EQUAL 1)
+  message(FATAL_ERROR "Folders of this machine are named in:\n${files}")
+endif()
+
+# The plug-in finds the stand-in by itself, for a host that has not loaded the library before it.
+execute_process(COMMAND ldd "${TREE}/lib/liborvek23.so" OUTPUT_VARIABLE libraries)
+if(NOT libraries MATCHES "libktmath.so => ${TREE}/lib/orvek23/libktmath.so")
+  message(FATAL_ERROR "The plug-in alone loads:\n${libraries}")
+endif()
