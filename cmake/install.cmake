@@ -9,10 +9,10 @@ install(TARGETS ktmath orvek23_host EXPORT orvek23Targets
 install(TARGETS orvek23 LIBRARY DESTINATION lib)
 install(EXPORT orvek23Targets NAMESPACE orvek23:: DESTINATION ${package_dir})
 
-set(plugin_path "lib/${CMAKE_SHARED_MODULE_PREFIX}orvek23${CMAKE_SHARED_MODULE_SUFFIX}")
+set(plugin_from_package
+    "../../${CMAKE_SHARED_MODULE_PREFIX}orvek23${CMAKE_SHARED_MODULE_SUFFIX}")
 configure_package_config_file(cmake/orvek23Config.cmake.in orvek23Config.cmake
-                              INSTALL_DESTINATION ${package_dir}
-                              PATH_VARS plugin_path)
+                              INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(orvek23ConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES "${PROJECT_BINARY_DIR}/orvek23Config.cmake"
               "${PROJECT_BINARY_DIR}/orvek23ConfigVersion.cmake"

@@ -16,3 +16,7 @@ execute_process(COMMAND ldd "${TREE}/lib/liborvek23.so" OUTPUT_VARIABLE librarie
 if(NOT libraries MATCHES "libktmath.so => ${TREE}/lib/orvek23/libktmath.so")
   message(FATAL_ERROR "The plug-in alone loads:\n${libraries}")
 endif()
+
+# As /lib is a link to /usr/lib in Debian, where CMake may find the package first.
+file(MAKE_DIRECTORY "${TREE}/linked")
+file(CREATE_LINK "${TREE}/lib" "${TREE}/linked/lib" SYMBOLIC)
