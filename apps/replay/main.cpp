@@ -14,11 +14,11 @@
 namespace {
 
 constexpr char examples[] =
-    "  orvek23-replay -o walk.csv --plot walk.svg             results, picture of a walk\n"
+    "  orvek23-replay -o walk.csv --plot walk.svg             results and picture\n"
     "  orvek23-replay run.csv -o H.csv --signals mass-matrix  chosen signals\n"
     "  zcat run.csv.gz | orvek23-replay - -o - | head -3      through pipes\n";
 constexpr char files[] =
-    "  share/doc/orvek23/apps/replay/README.md (beside bin/)  all columns, units, errors\n";
+    "  share/doc/orvek23/apps/replay/README.md (beside bin/)  columns, units, errors\n";
 
 void declare(CLI::App& app, replay::Options& options) {
   app.add_option("MOTION", options.motion,
