@@ -11,6 +11,20 @@ if(NOT absent EQUAL 1)
   message(FATAL_ERROR "Folders of this machine are named in:\n${files}")
 endif()
 
+# Documents that link to each other must lie as they do in the source.
+file(GLOB_RECURSE documents "${TREE}/share/doc/*.md")
+foreach(document IN LISTS documents)
+  get_filename_component(folder "${document}" DIRECTORY)
+  file(READ "${document}" text)
+  string(REGEX MATCHALL "\\([A-Za-z0-9_./-]+\\.(md|svg|csv|hpp)[)#]" links "${text}")
+  foreach(link IN LISTS links)
+    string(REGEX REPLACE "[()#]" "" target "${link}")
+    if(NOT EXISTS "${folder}/${target}")
+      message(FATAL_ERROR "${document} refers to ${target}, which is not installed")
+    endif()
+  endforeach()
+endforeach()
+
 # The plug-in finds the stand-in by itself, for a host that has not loaded the library before it.
 execute_process(COMMAND ldd "${TREE}/lib/liborvek23.so" OUTPUT_VARIABLE libraries)
 if(NOT libraries MATCHES "libktmath.so => ${TREE}/lib/orvek23/libktmath.so")
