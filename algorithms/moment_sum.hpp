@@ -34,7 +34,7 @@ ORVEK23_INLINE void store_moments(const Spatial::Inertia* inertias,
       in_block<Model, S>([&](std::size_t k) { return floats_of(inertias[k]); }));
   const auto p = first_moment(iX1, m, Spatial::Vector3T<S>(hx, hy, hz));
   const auto rows = Spatial::transposed(p.x(), p.y(), p.z(), p.z());
-  Spatial::unrolled<Spatial::nb_lanes_of<S>>(
+  Spatial::unrolled<block_size<Model, S>>(
       [&](auto k) ORVEK23_INLINE_LAMBDA { moments[k] = Spatial::half<k / 4>(rows[k % 4]); });
 }
 
