@@ -167,6 +167,8 @@ to; a figure that misses its limit is in bold.
   in turn, in one process: the median of the repetitions.
 - Cold caches: one call after a walk through 64 MB, the median of 25, wall time.
 - Instructions: counted by callgrind over the same 1,000 states, so they are the same at every run.
+- The passes are long straight lines of code: a time also depends on how the library's pages lie in the
+  caches. Fresh copies of one file differed by up to a quarter in a single row.
 
 ## Operations
 
