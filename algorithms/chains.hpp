@@ -46,43 +46,6 @@ ORVEK23_INLINE auto spread(Of of) {
       Spatial::spread_record<Spatial::Components<Value>::size, S>(records));
 }
 
-/// Each of n things with the first later one that is like it.
-template <std::size_t n>
-class Pairs {
- public:
-  template <class Alike>
-  constexpr explicit Pairs(Alike alike) {
-    for (std::size_t a = 0; a < n; ++a) partners_[a] = n;
-    for (std::size_t a = 0; a < n; ++a) {
-      for (std::size_t b = a + 1; b < n; ++b) {
-        if (partners_[a] == n && partners_[b] == n && alike(a, b)) {
-          partners_[a] = b;
-          partners_[b] = a;
-        }
-      }
-    }
-  }
-
-  constexpr bool is_alone(std::size_t a) const { return partners_[a] == n; }
-  constexpr bool leads(std::size_t a) const { return is_alone(a) || partners_[a] > a; }
-  constexpr std::size_t partner(std::size_t a) const { return partners_[a]; }
-
- private:
-  std::array<std::size_t, n> partners_{};
-};
-
-/// f(a, b) for all pairs, f(a) for what is alone; as compile-time numbers.
-template <const auto& pairs, std::size_t n, class F>
-ORVEK23_INLINE void for_pairs(F f) {
-  Spatial::unrolled<n>([&](auto a) ORVEK23_INLINE_LAMBDA {
-    if constexpr (pairs.is_alone(a)) {
-      f(a);
-    } else if constexpr (pairs.leads(a)) {
-      f(a, std::integral_constant<std::size_t, pairs.partner(a)>{});
-    }
-  });
-}
-
 /// The root's children, which begin the chains.
 template <class Model>
 inline constexpr auto chain_begins = []<int... child>(std::integer_sequence<int, child...>) {
@@ -90,22 +53,40 @@ inline constexpr auto chain_begins = []<int... child>(std::integer_sequence<int,
 }
 (typename NodeOf<Model, 0>::children{});
 
+/// Whether two chains have nodes of the same kinds in the same order.
 template <class Model>
-inline constexpr auto chain_pairs = Pairs<chain_begins<Model>.size()>([](auto i, auto j) {
+constexpr bool are_alike(int a, int b) {
   constexpr auto about_z = []<std::size_t... id>(std::index_sequence<id...>) {
     return std::array{is_about_z<NodeOf<Model, static_cast<int>(id)>>...};
   }
   (std::make_index_sequence<Model::nb_bodies>{});
-  const int a = chain_begins<Model>[i], b = chain_begins<Model>[j];
-  const int length = subtree_end<Model>(a) - a;
-  bool alike = subtree_end<Model>(b) - b == length;
-  for (int n = 0; n < length && alike; ++n) {
-    alike = about_z[static_cast<std::size_t>(a + n)] == about_z[static_cast<std::size_t>(b + n)];
+  const int end = subtree_end<Model>(a);
+  if (subtree_end<Model>(b) - b != end - a) return false;
+  for (; a < end; ++a, ++b) {
+    if (about_z[static_cast<std::size_t>(a)] != about_z[static_cast<std::size_t>(b)]) return false;
   }
-  return alike;
-});
+  return true;
+}
 
-/// f(Chains<...>{}) for all chains, two at a time where two have nodes of the same kinds.
+/// For each chain the one that goes beside it, the first that is like it and still alone; or
+/// itself.
+template <class Model>
+inline constexpr auto chain_partners = [] {
+  constexpr auto& begins = chain_begins<Model>;
+  std::array<std::size_t, begins.size()> partners{};
+  for (std::size_t a = 0; a < begins.size(); ++a) partners[a] = a;
+  for (std::size_t a = 0; a < begins.size(); ++a) {
+    for (std::size_t b = a + 1; b < begins.size(); ++b) {
+      if (partners[a] == a && partners[b] == b && are_alike<Model>(begins[a], begins[b])) {
+        partners[a] = b;
+        partners[b] = a;
+      }
+    }
+  }
+  return partners;
+}();
+
+/// f(Chains<...>{}) for all chains, two at a time where two are alike.
 template <class Model, class F>
 ORVEK23_INLINE void for_chains(F f) {
   static_assert(
@@ -118,9 +99,14 @@ ORVEK23_INLINE void for_chains(F f) {
       }(),
       "below the root no body has two children");
   constexpr auto& begins = chain_begins<Model>;
-  for_pairs<chain_pairs<Model>, begins.size()>([&](auto... i) ORVEK23_INLINE_LAMBDA {
-    constexpr int first = std::array{begins[i]...}[0];
-    f(Chains<subtree_end<Model>(first) - first, begins[i]...>{});
+  Spatial::unrolled<begins.size()>([&](auto a) ORVEK23_INLINE_LAMBDA {
+    constexpr std::size_t b = chain_partners<Model>[a];
+    constexpr int begin = begins[a], length = subtree_end<Model>(begin) - begin;
+    if constexpr (b == a) {
+      f(Chains<length, begin>{});
+    } else if constexpr (b > a) {
+      f(Chains<length, begin, begins[b]>{});
+    }
   });
 }
 

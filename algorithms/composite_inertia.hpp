@@ -14,8 +14,7 @@ namespace metapod::internal {
 /// Composite inertias of all subtrees, on lanes and in the nodes' Iic.
 ///
 /// Body i (Featherstone 2008, table 6.2):
-///   discover   Ic_i = I_i
-///   finish     Ic_i = Ic_i + sum over children c of  iXc* Ic_c cXi
+///   Ic_i = I_i + sum over children c of iXc* Ic_c cXi
 ///
 /// One body may count as massless: Ic_i = 0 if i is excluded_id.
 template <class Model, class Path>

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "algorithms/body_blocks.hpp"
@@ -14,10 +15,14 @@
 #include "algorithms/traversal.hpp"
 #include "spatial/components.hpp"
 #include "spatial/force.hpp"
+#include "spatial/inertia.hpp"
 #include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
+#include "spatial/motion_subspace.hpp"
 #include "spatial/paths.hpp"
 #include "spatial/records.hpp"
+#include "spatial/value_lanes.hpp"
+#include "spatial/wide_lanes.hpp"
 
 namespace metapod {
 
@@ -25,13 +30,12 @@ namespace metapod {
 /// inertia), by the composite-rigid-body algorithm. An id that names no node excludes nothing.
 ///
 /// Body i with parent p (Featherstone 2008, table 6.2):
-///   discover   Ic_i = I_i, or 0 if i is excluded_id
-///   finish     Ic_p = Ic_p + pXi* Ic_i iXp
-///              F = Ic_i S_i
-///              H_ii = S_iᵀ F
-///   then, up the ancestors j of i, c the child of j on the way
-///              F = jXc* F
-///              H_ij = Fᵀ S_j,  H_ji = H_ijᵀ
+///   Ic_i = I_i + sum over children c of iXc* Ic_c cXi, with 0 for the I_i of excluded_id
+///   F = Ic_i S_i
+///   H_ii = S_iᵀ F
+///   up the ancestors j of i, c the child of j on the way:
+///     F = jXc* F
+///     H_ij = Fᵀ S_j,  H_ji = H_ijᵀ
 ///
 /// Reads sXp of all nodes but the root, S and Model::inertias; writes Iic and joint_F (on return a
 /// joint's F stands in root coordinates). For models whose bodies, the root apart, have one child
@@ -44,15 +48,18 @@ struct partial_crba {
 
   template <class Path = Spatial::Baseline>
   ORVEK23_INLINE static void run(Model& model, float* H, const int& excluded_id) {
+    // Ic_i
     internal::JointTransforms<Model> sXp;
     sXp.load_from(model);
     internal::CompositeInertias<Model, Path> inertias{sXp, {}, {}};
     inertias.run(model, excluded_id);
 
+    // F, H_ii and H_ij up the chains, all but the root's rows
     internal::for_chains<Model>([&](auto chains) ORVEK23_INLINE_LAMBDA {
       using S = std::conditional_t<chains.size == 2, typename Path::Wide, Spatial::Lanes>;
       walk<decltype(chains), S>(model, inertias.Ic, H);
     });
+    // H_i0 and H_0i, H_00
     using Block = typename Path::Block;
     constexpr std::size_t n = internal::block_size<Model, Block>;
     const auto S0 = broadcast_columns<Block>(node<0>(model).joint.S);
@@ -95,7 +102,8 @@ struct partial_crba {
       const auto X = internal::spread<S, Chain, c>([&](auto id) -> const auto& {
         return node<id>(model).sXp;
       });
-      constexpr int j = c == 0 ? c : c - 1;  // the root's own is not used here
+      // The first body's parent is the root: its rows come last, and this S is not used.
+      constexpr int j = c == 0 ? c : c - 1;
       const auto S_j = internal::spread<S, Chain, j>([&](auto id) -> const auto& {
         return node<id>(model).joint.S;
       });

@@ -4,14 +4,17 @@
 #include <cstddef>
 
 #include "algorithms/body_blocks.hpp"
+#include "algorithms/first_moments.hpp"
 #include "algorithms/joint_transforms.hpp"
 #include "algorithms/lane_groups.hpp"
 #include "algorithms/lanes.hpp"
-#include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
+#include "spatial/inertia.hpp"
 #include "spatial/lanes.hpp"
 #include "spatial/paths.hpp"
 #include "spatial/records.hpp"
+#include "spatial/rotation.hpp"
+#include "spatial/transform.hpp"
 #include "spatial/vector.hpp"
 
 /// Kinematics relative to the root body (frame 1): poses, Jacobian, first moment of mass.

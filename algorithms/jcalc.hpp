@@ -143,8 +143,7 @@ struct jcalc {
     std::array<Spatial::Lanes, internal::nb_groups<Model>> angles;
     angles[0] = root_angles(q);
     Spatial::unrolled<angles.size() - 1>([&](auto n) ORVEK23_INLINE_LAMBDA {
-      const auto e = internal::coordinates<Model, n + 1>(q);
-      angles[n + 1] = Spatial::Lanes{e[0], e[1], e[2], e[3]};
+      angles[n + 1] = internal::coordinates<Model, n + 1>(q);
     });
     return Spatial::sin_cos(angles);
   }

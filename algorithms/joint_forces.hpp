@@ -129,10 +129,11 @@ class JointForces {
   /// Lanes from first_lane on; the joints before are not on the way yet.
   template <int first_lane, class Transform>
   ORVEK23_INLINE void carry_from(const Transform& X) {
+    constexpr int a = first_lane == 0 ? 4 : 0, b = first_lane <= 1 ? 5 : 1,
+                  c = first_lane <= 2 ? 6 : 2;
     const auto carried = Spatial::components(X.applyInv(get()));
     Spatial::unrolled<6>([&](auto i) ORVEK23_INLINE_LAMBDA {
-      F_[i] = Spatial::shuffled < first_lane == 0 ? 4 : 0, first_lane <= 1 ? 5 : 1,
-      first_lane <= 2 ? 6 : 2, 7 > (F_[i], carried[i]);
+      F_[i] = Spatial::shuffled<a, b, c, 7>(F_[i], carried[i]);
     });
   }
 

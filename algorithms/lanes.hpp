@@ -70,12 +70,12 @@ ORVEK23_INLINE OnLanes<Spatial::Inertia, Wide> load_inertias() {
 
 /// Entries of x, one a coordinate, that belong to the group's nodes; 0 in other lanes.
 template <class Model, std::size_t g, class Vector>
-ORVEK23_INLINE std::array<float, Spatial::nb_lanes> coordinates(const Vector& x) {
+ORVEK23_INLINE Spatial::Lanes coordinates(const Vector& x) {
   std::array<float, Spatial::nb_lanes> e{};
   Spatial::unrolled<group<Model, g>.size>([&](auto lane) ORVEK23_INLINE_LAMBDA {
     e[lane] = x[NodeOf<Model, group<Model, g>.ids[lane]>::first_dof];
   });
-  return e;
+  return Spatial::Lanes{e[0], e[1], e[2], e[3]};
 }
 
 /// Lane k of the result is lane places[k].lane of group places[k].group, or -0 if that is nowhere:

@@ -5,8 +5,8 @@
 #include <utility>
 
 #include "algorithms/body_blocks.hpp"
+#include "algorithms/first_moments.hpp"
 #include "algorithms/lanes.hpp"
-#include "algorithms/moment_sum.hpp"
 #include "algorithms/traversal.hpp"
 #include "spatial/lanes.hpp"
 #include "spatial/paths.hpp"

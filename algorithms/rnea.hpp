@@ -30,7 +30,8 @@ struct rnea;
 ///                               tau_i = S_iᵀ f_i
 /// The root's parent is the world: at rest, and accelerated upwards in place of gravity.
 ///
-/// Reads S, the root's vj and cj (the joints' cj is zero) and Model::inertias; writes vi, ai and f.
+/// Reads S, the root's vj and cj (the joints' vj is (0, 0, dq, 0, 0, 0), their cj zero) and
+/// Model::inertias; writes vi, ai and f.
 ///   sXp      from jcalc<Model>::run(model, q, dq, sXp), with the same dq
 ///   dq, ddq  one entry a coordinate: rad/s and rad/s², the root's m/s and m/s² first
 ///   fext     one force a body, in its frame
@@ -40,12 +41,6 @@ struct rnea<Model, false> {
   using Motion = Spatial::Motion;
   using Force = Spatial::Force;
   using Lanes = Spatial::Lanes;
-
-  template <class M, std::size_t g, class Vector>
-  ORVEK23_INLINE static Lanes rates(const Vector& x) {
-    const auto e = internal::coordinates<M, g>(x);
-    return Lanes{e[0], e[1], e[2], e[3]};
-  }
 
   /// A group on its own: what is given, and the force of its motion.
   template <class Path>
@@ -76,18 +71,18 @@ struct rnea<Model, false> {
   /// From parents to children. In memory and not inlined: the groups of a kind share it, which is
   /// less code to fetch (12 % of inverse dynamics).
   template <class Path, class Transform>
-  static void step_outward(const Spatial::Stored<Transform>& sXp, const VandA<Path>& of_parents,
-                           Own<Path>& own, VandA<Path>& of_group) {
+  static void step_outward(const Spatial::Stored<Transform>& iXp, const VandA<Path>& va_p,
+                           Own<Path>& own, VandA<Path>& va_i) {
     using namespace internal;
     using Wide = typename Path::Wide;
     const OnLanes<Motion> vj({Lanes{}, Lanes{}, own.dq}, {}), cj;
 
-    const auto X_va = both_halves<Wide>(*sXp) * *of_parents;
+    const auto X_va = both_halves<Wide>(*iXp) * *va_p;
     const auto v = half_of<0>(X_va) + vj;
     const auto a = half_of<1>(X_va) + *own.S * own.ddq + cj + v.cross(vj);
     const auto va = side_by_side<Wide>(v, a);
     const auto I_va = *own.inertia * va;
-    of_group = va;
+    va_i = va;
     own.f = cross(v, half_of<0>(I_va)) + half_of<1>(I_va) - *own.fext;
   }
 
@@ -103,8 +98,8 @@ struct rnea<Model, false> {
       own.S = load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; });
       own.fext = load<M, g>([&](auto id) -> const auto& { return fext[id]; });
       own.inertia = load_inertias<M, g, Wide>();
-      own.dq = rates<M, g>(dq);
-      own.ddq = rates<M, g>(ddq);
+      own.dq = coordinates<M, g>(dq);
+      own.ddq = coordinates<M, g>(ddq);
       VandA<Path> scratch;
       Path::template Function<&step_outward<Path, Transform>>::call(
           state.sXp.template of_group<g>(), of_parents<M, g>(state.va, scratch), own, state.va[g]);

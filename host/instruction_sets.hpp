@@ -6,6 +6,10 @@
 /// ORVEK23_ISA_BASELINE or ORVEK23_ISA_AVX2 pins it.
 namespace tavo {
 
+#if defined(ORVEK23_ISA_AVX2) && !defined(ORVEK23_HAS_AVX2_PATH)
+#error "this build has no AVX2 path to pin: it needs x86-64, optimization and no sanitizer"
+#endif
+
 namespace internal {
 
 inline bool has_avx2() {

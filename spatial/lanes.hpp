@@ -1,6 +1,5 @@
 #pragma once
 
-#include <array>
 #include <bit>
 #include <cstddef>
 #include <cstring>
@@ -10,7 +9,7 @@
 /// What computes on lanes is inlined to the last call into one function a pass, because that
 /// function is compiled for each instruction set; a call left over would be compiled for the
 /// lowest. Sanitized builds keep the calls and the lowest instruction set: instrumented whole, a
-/// pass takes minutes to compile.
+/// pass takes minutes to compile. So do builds without optimization.
 #ifdef ORVEK23_SANITIZED
 #define ORVEK23_INLINE inline
 #define ORVEK23_INLINE_LAMBDA

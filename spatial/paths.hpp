@@ -3,7 +3,10 @@
 #include "spatial/lanes.hpp"
 #include "spatial/wide_lanes.hpp"
 
-#if defined(__x86_64__) && !defined(ORVEK23_SANITIZED)
+// A call that is not inlined is compiled for the baseline, which hands wide vectors over in other
+// registers than AVX2 does: no AVX2 path where the compiler leaves calls.
+#if defined(__x86_64__) && defined(__OPTIMIZE__) && !defined(ORVEK23_SANITIZED) && \
+    !(defined(__clang__) && defined(__OPTIMIZE_SIZE__))
 #define ORVEK23_HAS_AVX2_PATH
 #endif
 

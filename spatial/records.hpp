@@ -37,12 +37,12 @@ ORVEK23_INLINE std::array<S, n> load_columns(const Records& records, std::size_t
   const auto at = [&](std::size_t k)
                       ORVEK23_INLINE_LAMBDA { return records[k % records.size()] + begin; };
   const auto row = [&](std::size_t k) ORVEK23_INLINE_LAMBDA {
-    return in_halves<S>([&](std::size_t half)
-                            ORVEK23_INLINE_LAMBDA { return load_four(at(half + k)); });
+    return in_halves<S>([&](std::size_t first)
+                            ORVEK23_INLINE_LAMBDA { return load_four(at(first + k)); });
   };
   const auto rows = [&](std::size_t k, std::size_t l) ORVEK23_INLINE_LAMBDA {
-    return in_halves<S>([&](std::size_t half) ORVEK23_INLINE_LAMBDA {
-      return load_two_and_two(at(half + k), at(half + l));
+    return in_halves<S>([&](std::size_t first) ORVEK23_INLINE_LAMBDA {
+      return load_two_and_two(at(first + k), at(first + l));
     });
   };
   if constexpr (n == 4) {
@@ -52,8 +52,8 @@ ORVEK23_INLINE std::array<S, n> load_columns(const Records& records, std::size_t
     return {shuffled<0, 2, 4, 6>(ab, cd), shuffled<1, 3, 5, 7>(ab, cd)};
   } else {
     static_assert(n == 1);
-    return {in_halves<S>([&](std::size_t half) ORVEK23_INLINE_LAMBDA {
-      return Lanes{*at(half), *at(half + 1), *at(half + 2), *at(half + 3)};
+    return {in_halves<S>([&](std::size_t first) ORVEK23_INLINE_LAMBDA {
+      return Lanes{*at(first), *at(first + 1), *at(first + 2), *at(first + 3)};
     })};
   }
 }
@@ -80,8 +80,8 @@ ORVEK23_INLINE std::array<S, n> spread_record(const std::array<const float*, nb_
   std::array<S, n> values;
   unrolled<(n + 3) / 4>([&](auto block) ORVEK23_INLINE_LAMBDA {
     constexpr std::size_t begin = 4 * block + 4 <= n ? 4 * block : n - 4;  // the last may overlap
-    const S row = internal::in_halves<S>([&](std::size_t half) ORVEK23_INLINE_LAMBDA {
-      return load_four(records[half / nb_lanes] + begin);
+    const S row = internal::in_halves<S>([&](std::size_t first) ORVEK23_INLINE_LAMBDA {
+      return load_four(records[first / nb_lanes] + begin);
     });
     unrolled<4>([&](auto k) ORVEK23_INLINE_LAMBDA {
       constexpr int lane = k;

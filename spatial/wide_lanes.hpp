@@ -15,7 +15,6 @@ struct LanesPair {
 
   constexpr LanesPair() = default;
   constexpr LanesPair(const Lanes& low, const Lanes& high) : low(low), high(high) {}
-  constexpr LanesPair(float x) : low{x, x, x, x}, high(low) {}
 
   ORVEK23_INLINE LanesPair operator-() const { return {-low, -high}; }
   ORVEK23_INLINE friend LanesPair operator+(const LanesPair& a, const LanesPair& b) {
@@ -26,9 +25,6 @@ struct LanesPair {
   }
   ORVEK23_INLINE friend LanesPair operator*(const LanesPair& a, const LanesPair& b) {
     return {a.low * b.low, a.high * b.high};
-  }
-  ORVEK23_INLINE friend LanesPair operator/(const LanesPair& a, const LanesPair& b) {
-    return {a.low / b.low, a.high / b.high};
   }
 };
 

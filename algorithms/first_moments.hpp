@@ -12,7 +12,7 @@
 #include "spatial/vector.hpp"
 #include "spatial/wide_lanes.hpp"
 
-/// First moments of mass, computed on lanes and summed in the order of the ids.
+/// First moments of mass, computed on lanes.
 namespace metapod::internal {
 
 /// First moment of mass (kg m) of a body about the origin of frame 1, in frame 1: m p, where p is
@@ -38,7 +38,8 @@ ORVEK23_INLINE void store_moments(const Spatial::Inertia* inertias,
       [&](auto k) ORVEK23_INLINE_LAMBDA { moments[k] = Spatial::half<k / 4>(rows[k % 4]); });
 }
 
-/// One a body, the root's first, to be added in the order of the ids.
+/// Entry i is body i's, to be added in the order of the ids. Entry 0 is not set: sums start with
+/// root_moment().
 template <class Model>
 using Moments = std::array<Spatial::Lanes, Model::nb_bodies>;
 
