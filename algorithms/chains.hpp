@@ -12,7 +12,7 @@
 #include "spatial/records.hpp"
 
 /// The chains of bodies that hang from a Model's root, and which of them are computed side by side.
-/// Derived from the model's tree at compile time. Legs and arms by twos: 18 % less time for the
+/// Derived from the model's tree at compile time. Legs and arms by twos: 15 % less time for the
 /// mass matrix.
 namespace metapod::internal {
 

@@ -47,7 +47,7 @@ struct CompositeInertias {
  private:
   static constexpr Inertia massless{};
 
-  /// In memory and not inlined: the groups of a kind share it, which is less code to fetch (6 % of
+  /// In memory and not inlined: the groups of a kind share it, which is less code to fetch (5 % of
   /// the mass matrix).
   template <class Transform>
   static void carry_to_parent(const Spatial::Stored<Transform>& sXp,

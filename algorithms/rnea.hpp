@@ -54,7 +54,7 @@ struct rnea<Model, false> {
   };
 
   /// Velocity and acceleration take the same transform and the same inertia: side by side, v in the
-  /// low half of wide lanes and a in the high one (7 % of inverse dynamics).
+  /// low half of wide lanes and a in the high one (5 % of inverse dynamics).
   template <class Path>
   struct State {
     explicit State(const internal::JointTransforms<Model>& sXp) : sXp(sXp) {}  // no zeros

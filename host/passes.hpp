@@ -52,7 +52,7 @@ struct Passes {
     const auto root_lanes = metapod::internal::broadcast<Block>(root);
     invToKTMath(root, poses[0]);
     // As many bodies at a time as there are lanes; the last ones overlap the others. Loops here and
-    // above, as there is less to fetch: 16 % of both kinematics passes.
+    // above, as there is less to fetch: 6 % of both kinematics passes.
     constexpr std::size_t n = metapod::internal::block_size<Model, Block>,
                           last = Model::nb_bodies - n;
     for (std::size_t i = 1; i < last + n; i += n) {
