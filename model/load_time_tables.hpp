@@ -29,10 +29,13 @@ constexpr Spatial::Inertia as_inertia(const BodyRow& row) {
 template <class Robot, int id>
 struct NodeConstants {
   static constexpr const BodyRow& row = Robot::bodies[id];
-  using PlacementType = Spatial::TransformT<
-      std::conditional_t<Robot::bodies[id].placement.is_shift(), Spatial::RotationMatrixIdentity,
-                         Spatial::RotationMatrix>>;
+  template <class S>
+  using PlacementOn = Spatial::TransformT<
+      std::conditional_t<Robot::bodies[id].placement.is_shift(),
+                         Spatial::RotationMatrixIdentityT<S>, Spatial::RotationMatrixT<S>>>;
+  using PlacementType = PlacementOn<float>;
 
+  /// The value that Xt is given.
   static constexpr PlacementType placement() {
     const Placement& p = row.placement;
     if constexpr (Robot::bodies[id].placement.is_shift()) {

@@ -2,6 +2,6 @@
 
 namespace metapod {
 
-LoadTimeTables<Orvek23> Orvek23::tables;
+LoadTimeTables<Orvek23Robot> Orvek23Robot::tables;
 
 }  // namespace metapod

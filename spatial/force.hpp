@@ -14,6 +14,8 @@ class ForceT {
 
   constexpr ForceT() = default;
   constexpr ForceT(const Vector& n, const Vector& f) : n_(n), f_(f) {}
+  template <class S2>
+  constexpr explicit ForceT(const ForceT<S2>& F) : n_(F.n()), f_(F.f()) {}
 
   constexpr const Vector& n() const { return n_; }
   constexpr const Vector& f() const { return f_; }

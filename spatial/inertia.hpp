@@ -17,6 +17,18 @@ class InertiaT {
 
   constexpr InertiaT() : m_{} {}
   constexpr InertiaT(S m, const Vector& h, const Symmetric& I) : m_(m), h_(h), I_(I) {}
+  template <class S2>
+  constexpr explicit InertiaT(const InertiaT<S2>& i) : m_(S(i.m())), h_(i.h()), I_(i.I()) {}
+
+  /// From the centre of mass c (m) and the rotational inertia about it, both in the body's frame,
+  /// by parallel axes: I = Ic + m (|c|² 1 - c cᵀ).
+  static constexpr InertiaT at_com(S m, const Vector& c, const Symmetric& Ic) {
+    return {m,
+            m * c,
+            {Ic.xx() + m * (c.y() * c.y() + c.z() * c.z()), Ic.yx() - m * c.x() * c.y(),
+             Ic.yy() + m * (c.x() * c.x() + c.z() * c.z()), Ic.zx() - m * c.x() * c.z(),
+             Ic.zy() - m * c.y() * c.z(), Ic.zz() + m * (c.x() * c.x() + c.y() * c.y())}};
+  }
 
   constexpr S m() const { return m_; }
   constexpr const Vector& h() const { return h_; }

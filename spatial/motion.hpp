@@ -13,6 +13,8 @@ class MotionT {
 
   constexpr MotionT() = default;
   constexpr MotionT(const Vector& w, const Vector& v) : w_(w), v_(v) {}
+  template <class S2>
+  constexpr explicit MotionT(const MotionT<S2>& m) : w_(m.w()), v_(m.v()) {}
 
   constexpr const Vector& w() const { return w_; }
   constexpr const Vector& v() const { return v_; }

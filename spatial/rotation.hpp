@@ -21,6 +21,9 @@ class RotationMatrixT {
   constexpr RotationMatrixT() = default;
   constexpr RotationMatrixT(const Vector& column0, const Vector& column1, const Vector& column2)
       : columns_{column0, column1, column2} {}
+  template <class S2>
+  constexpr explicit RotationMatrixT(const RotationMatrixT<S2>& E)
+      : columns_{Vector(E.column(0)), Vector(E.column(1)), Vector(E.column(2))} {}
 
   static constexpr RotationMatrixT from_rows(const Vector& a, const Vector& b, const Vector& c) {
     return {{a.x(), b.x(), c.x()}, {a.y(), b.y(), c.y()}, {a.z(), b.z(), c.z()}};
@@ -79,6 +82,9 @@ class RotationMatrixAboutZT {
 
   constexpr RotationMatrixAboutZT() : c_{}, s_{} {}
   constexpr RotationMatrixAboutZT(S c, S s) : c_(c), s_(s) {}
+  template <class S2>
+  constexpr explicit RotationMatrixAboutZT(const RotationMatrixAboutZT<S2>& E)
+      : c_(S(E.c())), s_(S(E.s())) {}
 
   constexpr S c() const { return c_; }
   constexpr S s() const { return s_; }
@@ -115,6 +121,9 @@ class RotationMatrixIdentityT {
 
   constexpr RotationMatrixIdentityT() : kappa_{} {}
   constexpr explicit RotationMatrixIdentityT(S kappa) : kappa_(kappa) {}
+  template <class S2>
+  constexpr explicit RotationMatrixIdentityT(const RotationMatrixIdentityT<S2>& E)
+      : kappa_(S(E.kappa())) {}
 
   constexpr S kappa() const { return kappa_; }
 

@@ -42,6 +42,8 @@ class TransformT {
   /// All zero, rotation included: not the identity.
   constexpr TransformT() = default;
   constexpr TransformT(const Rotation& E, const Vector& r) : E_(E), r_(r) {}
+  template <class R2>
+  constexpr explicit TransformT(const TransformT<R2>& X) : E_(X.E()), r_(X.r()) {}
 
   constexpr const Rotation& E() const { return E_; }
   constexpr Rotation& E() { return E_; }

@@ -2,7 +2,8 @@
 
 namespace metapod::Spatial {
 
-/// Three components x, y, z. S is the scalar: float for stored values. Every sum of products runs
+/// Three components x, y, z. S is the scalar: float, or any type with its arithmetic, such as floats
+/// side by side. Every sum of products runs
 /// left to right, so that a result does not depend on the compiler or the instruction set.
 template <class S>
 class Vector3T {
@@ -11,6 +12,9 @@ class Vector3T {
 
   constexpr Vector3T() : e_{} {}
   constexpr Vector3T(S x, S y, S z) : e_{x, y, z} {}
+  /// The same on another scalar, here and in the other types: each component becomes an S.
+  template <class S2>
+  constexpr explicit Vector3T(const Vector3T<S2>& v) : e_{S(v.x()), S(v.y()), S(v.z())} {}
 
   constexpr S x() const { return e_[0]; }
   constexpr S y() const { return e_[1]; }
@@ -48,6 +52,9 @@ class SymmetricMatrix3T {
  public:
   constexpr SymmetricMatrix3T() : e_{} {}
   constexpr SymmetricMatrix3T(S xx, S yx, S yy, S zx, S zy, S zz) : e_{xx, yx, yy, zx, zy, zz} {}
+  template <class S2>
+  constexpr explicit SymmetricMatrix3T(const SymmetricMatrix3T<S2>& a)
+      : e_{S(a.xx()), S(a.yx()), S(a.yy()), S(a.zx()), S(a.zy()), S(a.zz())} {}
 
   constexpr S xx() const { return e_[0]; }
   constexpr S yx() const { return e_[1]; }
