@@ -1,15 +1,6 @@
 #pragma once
 
-#include <array>
-#include <cstddef>
-
-#include "algorithms/joint_transforms.hpp"
-#include "algorithms/lane_groups.hpp"
-#include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"
-#include "spatial/components.hpp"
-#include "spatial/lanes.hpp"
-#include "spatial/motion_subspace.hpp"
 #include "spatial/rotation.hpp"
 #include "spatial/sincos.hpp"
 #include "spatial/transform.hpp"
@@ -17,143 +8,70 @@
 /// Joint calculation: from the coordinates q and rates dq (one entry a coordinate, root first)
 /// every joint's transform and velocity. Featherstone 2008, section 4.4.
 ///
-///   Xj  = jcalc(q)
-///   vj  = S dq
+/// Body i, in any order of the bodies:
+///   Xj  = jcalc(q_i)
+///   vj  = S dq_i
 ///   sXp = Xj Xt
 ///
-/// No node reads what another node's visit wrote. sXp is also left on lanes, for the next pass.
-namespace metapod {
+/// Reads Xt and the root's S; writes Xj and sXp, JcalcVisitor also vj. A joint's vj has no linear
+/// part and its Xj no translation: those zeros are the constructor's.
+namespace metapod::internal {
 
-namespace internal {
-
-/// The root's six coordinates, rates or accelerations.
-template <class Vector>
-ORVEK23_INLINE Spatial::RootCoordinates root_coordinates(const Vector& x) {
-  return {x[0], x[1], x[2], x[3], x[4], x[5]};
-}
-
-/// World to body: E = Rᵀ with R = Rz(q5) Ry(q4) Rx(q3), r = (q0, q1, q2).
-/// s, c: the sines and cosines of q3, q4, q5.
-ORVEK23_INLINE Spatial::TransformT<Spatial::RotationMatrix> free_flyer_transform(
-    const Spatial::RootCoordinates& q, const Spatial::SinCos& angles) {
-  const auto& [s, c] = angles;
-  const float s3 = s[0], s4 = s[1], s5 = s[2], c3 = c[0], c4 = c[1], c5 = c[2];
-  return {Spatial::RotationMatrix::from_rows(
+/// World to the free-flying body: E = Rᵀ with R = Rz(yaw) Ry(pitch) Rx(roll), r = p_world.
+template <class S>
+constexpr Spatial::TransformT<Spatial::RotationMatrixT<S>> free_flyer_transform(
+    const Spatial::Vector3T<S>& p_world, const Spatial::SinCosT<S>& roll,
+    const Spatial::SinCosT<S>& pitch, const Spatial::SinCosT<S>& yaw) {
+  const auto& [s3, c3] = roll;
+  const auto& [s4, c4] = pitch;
+  const auto& [s5, c5] = yaw;
+  return {Spatial::RotationMatrixT<S>::from_rows(
               {c4 * c5, c4 * s5, -s4}, {s3 * s4 * c5 - c3 * s5, s3 * s4 * s5 + c3 * c5, s3 * c4},
               {c3 * s4 * c5 + s3 * s5, c3 * s4 * s5 - s3 * c5, c3 * c4}),
-          {q[0], q[1], q[2]}};
+          p_world};
 }
 
-/// Sines and cosines of all joint angles: the root's, then a group's nodes'.
-template <class Model>
-using JointAngles = std::array<Spatial::SinCos, nb_groups<Model>>;
-
-/// Xt of a group's nodes, as the constants that Xt is loaded from.
-template <class Model, std::size_t g>
-ORVEK23_INLINE auto constant_placements() {
-  using T = typename NodeLike<Model, g>::PlacementType;
-  static constexpr auto rows = [] {
-    std::array<std::array<float, Spatial::nb_lanes>, Spatial::Components<T>::size> e{};
-    const auto placements = for_nodes<Model, g>(
-        [](auto id) { return Spatial::components(NodeOf<Model, id>::placement()); });
-    for (std::size_t k = 0; k < e.size(); ++k) {
-      for (std::size_t lane = 0; lane < Spatial::nb_lanes; ++lane) {
-        e[k][lane] = placements[lane < placements.size() ? lane : 0][k];
-      }
-    }
-    return e;
-  }();
-  Spatial::ComponentArray<OnLanes<T>> lanes;
-  Spatial::unrolled<rows.size()>(
-      [&](auto k) ORVEK23_INLINE_LAMBDA { lanes[k] = Spatial::load_four(rows[k].data()); });
-  return Spatial::from_components<OnLanes<T>>(lanes);
-}
-
-/// Positions only; vj keeps its value. Writes Xj and sXp.
-template <class Model, std::size_t g>
+/// Positions only; vj keeps its value.
+template <class Model, int N>
 struct JcalcPosVisitor {
-  ORVEK23_INLINE static void discover(Model& model, const JointAngles<Model>& angles,
-                                      JointTransforms<Model>& sXp) {
-    const Spatial::RotationMatrixAboutZT turn(angles[g].c, angles[g].s);
-    // The translation of Xj stays the zero of construction.
-    store<Model, g>(
-        turn, [&](auto id) -> auto& { return node<id>(model).joint.Xj.E(); });
-    const auto Xt = constant_placements<Model, g>();
-    // The origin of a joint frame that only turns is that of its placement.
-    const typename JointTransforms<Model>::template Value<g> X(turn * Xt.E(), Xt.r());
-    store<Model, g>(
-        X, [&](auto id) -> auto& { return node<id>(model).sXp; });
-    sXp.template of_group<g>() = X;
+  using Node = NodeOf<Model, N>;
+
+  template <class Q>
+  static void discover(Model& model, const Q& q) {
+    using Spatial::sin_cos;
+    auto& i = node<N>(model);
+    constexpr int k = Node::first_dof;
+    if constexpr (Node::parent == no_parent) {
+      i.joint.Xj = free_flyer_transform({q[k], q[k + 1], q[k + 2]}, sin_cos(q[k + 3]),
+                                        sin_cos(q[k + 4]), sin_cos(q[k + 5]));
+    } else {
+      const auto [s, c] = sin_cos(q[k]);
+      i.joint.Xj = {{c, s}, {}};
+    }
+    i.sXp = i.joint.Xj * Node::placement();
   }
+  template <class Q>
+  static void finish(Model&, const Q&) {}
 };
 
-/// Positions and velocities. Writes Xj, sXp and vj.
-template <class Model, std::size_t g>
+/// Positions and velocities.
+template <class Model, int N>
 struct JcalcVisitor {
-  template <class Q>
-  ORVEK23_INLINE static void discover(Model& model, const JointAngles<Model>& angles, const Q& dq,
-                                      JointTransforms<Model>& sXp) {
-    JcalcPosVisitor<Model, g>::discover(model, angles, sXp);
-    for_nodes<Model, g>([&](auto id) ORVEK23_INLINE_LAMBDA {
-      // The linear part stays the zero of construction.
-      node<id>(model).joint.vj.w() = {0, 0, dq[NodeOf<Model, id>::first_dof]};
-      return id();
-    });
+  using Node = NodeOf<Model, N>;
+
+  template <class Q, class Rates>
+  static void discover(Model& model, const Q& q, const Rates& dq) {
+    JcalcPosVisitor<Model, N>::discover(model, q);
+    auto& joint = node<N>(model).joint;
+    constexpr int k = Node::first_dof;
+    if constexpr (Node::parent == no_parent) {
+      joint.vj = joint.S * std::array{dq[k], dq[k + 1], dq[k + 2], dq[k + 3], dq[k + 4], dq[k + 5]};
+    } else {
+      joint.vj.w() = {{}, {}, dq[k]};
+    }
   }
+  template <class Q, class Rates>
+  static void finish(Model&, const Q&, const Rates&) {}
 };
 
-}  // namespace internal
-
-template <class Model>
-struct jcalc {
-  using Transforms = internal::JointTransforms<Model>;
-
-  /// Positions of the root alone.
-  template <class Q>
-  ORVEK23_INLINE static void run_root(Model& model, const Q& q) {
-    write_root(model, q, Spatial::sin_cos(std::array{root_angles(q)})[0]);
-  }
-
-  /// Positions.
-  template <class Q>
-  ORVEK23_INLINE static void run(Model& model, const Q& q, Transforms& sXp) {
-    const auto angles = joint_angles(q);
-    write_root(model, q, angles[0]);
-    internal::outward_traversal<internal::JcalcPosVisitor, Model>::run(model, angles, sXp);
-  }
-
-  /// Positions and velocities.
-  template <class Q>
-  ORVEK23_INLINE static void run(Model& model, const Q& q, const Q& dq, Transforms& sXp) {
-    const auto angles = joint_angles(q);
-    write_root(model, q, angles[0]);
-    auto& joint = node<0>(model).joint;
-    joint.vj = joint.S * internal::root_coordinates(dq);
-    internal::outward_traversal<internal::JcalcVisitor, Model>::run(model, angles, dq, sXp);
-  }
-
- private:
-  template <class Q>
-  ORVEK23_INLINE static Spatial::Lanes root_angles(const Q& q) {
-    return Spatial::Lanes{q[3], q[4], q[5], q[5]};
-  }
-
-  template <class Q>
-  ORVEK23_INLINE static internal::JointAngles<Model> joint_angles(const Q& q) {
-    std::array<Spatial::Lanes, internal::nb_groups<Model>> angles;
-    angles[0] = root_angles(q);
-    Spatial::unrolled<angles.size() - 1>([&](auto n) ORVEK23_INLINE_LAMBDA {
-      angles[n + 1] = internal::coordinates<Model, n + 1>(q);
-    });
-    return Spatial::sin_cos(angles);
-  }
-
-  template <class Q>
-  ORVEK23_INLINE static void write_root(Model& model, const Q& q, const Spatial::SinCos& angles) {
-    auto& root = node<0>(model);
-    root.joint.Xj = internal::free_flyer_transform(internal::root_coordinates(q), angles);
-    root.sXp = root.joint.Xj * NodeOf<Model, 0>::Xt;
-  }
-};
-
-}  // namespace metapod
+}  // namespace metapod::internal

@@ -1,21 +1,47 @@
 #pragma once
 
-#include <cstddef>
+#include <array>
+#include <type_traits>
 
-#include "algorithms/jcalc.hpp"
-#include "algorithms/joint_transforms.hpp"
-#include "algorithms/lane_groups.hpp"
-#include "algorithms/lanes.hpp"
 #include "algorithms/traversal.hpp"
 #include "model/gravity.hpp"
 #include "spatial/force.hpp"
 #include "spatial/inertia.hpp"
-#include "spatial/lanes.hpp"
 #include "spatial/motion.hpp"
-#include "spatial/motion_subspace.hpp"
-#include "spatial/paths.hpp"
 
 namespace metapod {
+
+namespace internal {
+
+// The lines of one body, from what its products with X and I are.
+
+/// v_i = iXp v_p + vj_i
+template <class S>
+constexpr Spatial::MotionT<S> velocity(const Spatial::MotionT<S>& X_v,
+                                       const Spatial::MotionT<S>& vj) {
+  return X_v + vj;
+}
+
+/// a_i = iXp a_p + S_i ddq_i + cj_i + v_i x vj_i
+template <class S>
+constexpr Spatial::MotionT<S> acceleration(const Spatial::MotionT<S>& X_a,
+                                           const Spatial::MotionT<S>& S_ddq,
+                                           const Spatial::MotionT<S>& cj,
+                                           const Spatial::MotionT<S>& v,
+                                           const Spatial::MotionT<S>& vj) {
+  return X_a + S_ddq + cj + v.cross(vj);
+}
+
+/// f_i = v_i x* (I_i v_i) + I_i a_i - fext_i
+template <class S>
+constexpr Spatial::ForceT<S> body_force(const Spatial::MotionT<S>& v,
+                                        const Spatial::ForceT<S>& I_v,
+                                        const Spatial::ForceT<S>& I_a,
+                                        const Spatial::ForceT<S>& fext) {
+  return cross(v, I_v) + I_a - fext;
+}
+
+}  // namespace internal
 
 /// Inverse dynamics by the recursive Newton-Euler algorithm. The second argument would ask for the
 /// joint calculation first; only the form that finds it done exists.
@@ -26,137 +52,72 @@ struct rnea;
 ///   discover, root to leaves    v_i = iXp v_p + vj_i
 ///                               a_i = iXp a_p + S_i ddq_i + cj_i + v_i x vj_i
 ///                               f_i = v_i x* (I_i v_i) + I_i a_i - fext_i
-///   finish, leaves to root      f_i = f_i + sum over children c of cXi* f_c
-///                               tau_i = S_iᵀ f_i
+///   finish, leaves to root      tau_i = S_iᵀ f_i
+///                               f_p = f_p + pXi* f_i
 /// The root's parent is the world: at rest, and accelerated upwards in place of gravity.
 ///
-/// Reads S, the root's vj and cj (the joints' vj is (0, 0, dq, 0, 0, 0), their cj zero) and
-/// Model::inertias; writes vi, ai and f.
-///   sXp      from jcalc<Model>::run(model, q, dq, sXp), with the same dq
-///   dq, ddq  one entry a coordinate: rad/s and rad/s², the root's m/s and m/s² first
+/// Reads sXp, vj, cj and S, so joint calculation comes before it with the same dq, and the model's
+/// inertias; writes vi, ai and the joints' f.
+///   ddq      one entry a coordinate: rad/s², the root's six m/s² first, in its frame
 ///   fext     one force a body, in its frame
 ///   torques  every entry written: N m; the root's wrench, force first, in its frame
 template <class Model>
 struct rnea<Model, false> {
-  using Motion = Spatial::Motion;
-  using Force = Spatial::Force;
-  using Lanes = Spatial::Lanes;
+  using Scalar = typename Model::Scalar;
+  using Motion = Spatial::MotionT<Scalar>;
+  using Force = Spatial::ForceT<Scalar>;
 
-  /// A group on its own: what is given, and the force of its motion.
-  template <class Path>
-  struct Own {
-    using Wide = typename Path::Wide;
-
-    Spatial::Stored<internal::OnLanes<Spatial::ConstraintMotionAxisZ>> S;
-    Spatial::Stored<internal::OnLanes<Spatial::Inertia, Wide>> inertia;  // in both halves
-    Lanes dq, ddq;
-    Spatial::Stored<internal::OnLanes<Force>> fext, f;
+  /// v_i and a_i of body N with parent P. ddq_N: the body's own coordinates of ddq.
+  template <int N, int P>
+  struct update_kinematics {
+    template <class Rates>
+    static void run(Model& model, const Rates& ddq_N) {
+      auto& i = node<N>(model);
+      const auto& joint = i.joint;
+      if constexpr (P == no_parent) {
+        i.vi = joint.vj;
+        i.ai = internal::acceleration(i.sXp * Motion(minus_g), joint.S * ddq_N, joint.cj, i.vi,
+                                      joint.vj);
+      } else {
+        const auto& p = node<P>(model);
+        i.vi = internal::velocity(i.sXp * p.vi, joint.vj);
+        i.ai = internal::acceleration(i.sXp * p.ai, joint.S * ddq_N[0], joint.cj, i.vi, joint.vj);
+      }
+    }
   };
 
-  /// Velocity and acceleration take the same transform and the same inertia: side by side, v in the
-  /// low half of wide lanes and a in the high one (5 % of inverse dynamics).
-  template <class Path>
-  struct State {
-    explicit State(const internal::JointTransforms<Model>& sXp) : sXp(sXp) {}  // no zeros
-
-    const internal::JointTransforms<Model>& sXp;
-    std::array<Own<Path>, internal::nb_groups<Model>> own;
-    internal::PerGroup<Model, Motion, typename Path::Wide> va;
-    internal::PerGroup<Model, Force> f_in_parent;
-  };
-
-  template <class Path>
-  using VandA = Spatial::Stored<internal::OnLanes<Motion, typename Path::Wide>>;
-
-  /// From parents to children. In memory and not inlined: the groups of a kind share it, which is
-  /// less code to fetch (12 % of inverse dynamics).
-  template <class Path, class Transform>
-  static void step_outward(const Spatial::Stored<Transform>& iXp, const VandA<Path>& va_p,
-                           Own<Path>& own, VandA<Path>& va_i) {
-    using namespace internal;
-    using Wide = typename Path::Wide;
-    const OnLanes<Motion> vj({Lanes{}, Lanes{}, own.dq}, {}), cj;
-
-    const auto X_va = both_halves<Wide>(*iXp) * *va_p;
-    const auto v = half_of<0>(X_va) + vj;
-    const auto a = half_of<1>(X_va) + *own.S * own.ddq + cj + v.cross(vj);
-    const auto va = side_by_side<Wide>(v, a);
-    const auto I_va = *own.inertia * va;
-    va_i = va;
-    own.f = cross(v, half_of<0>(I_va)) + half_of<1>(I_va) - *own.fext;
-  }
-
-  template <class M, std::size_t g>
+  template <class M, int N>
   struct DftVisitor {
-    template <class Path, class Vector, class Torques>
-    ORVEK23_INLINE static void discover(M& model, State<Path>& state, const Vector& dq,
-                                        const Vector& ddq, const Force* const& fext, Torques&) {
-      using namespace internal;
-      using Wide = typename Path::Wide;
-      using Transform = typename JointTransforms<M>::template Value<g>;
-      Own<Path>& own = state.own[g];
-      own.S = load<M, g>([&](auto id) -> const auto& { return node<id>(model).joint.S; });
-      own.fext = load<M, g>([&](auto id) -> const auto& { return fext[id]; });
-      own.inertia = load_inertias<M, g, Wide>();
-      own.dq = coordinates<M, g>(dq);
-      own.ddq = coordinates<M, g>(ddq);
-      VandA<Path> scratch;
-      Path::template Function<&step_outward<Path, Transform>>::call(
-          state.sXp.template of_group<g>(), of_parents<M, g>(state.va, scratch), own, state.va[g]);
-      Spatial::store_lanes(state.va[g].components(),
-                           for_nodes<M, g>([&](auto id) { return floats_of(node<id>(model).vi); }),
-                           for_nodes<M, g>([&](auto id) { return floats_of(node<id>(model).ai); }));
+    using Node = NodeOf<M, N>;
+
+    template <class Rates, class Torques>
+    static void discover(M& model, const Rates& ddq, const Force* const& fext, Torques&) {
+      std::array<Scalar, Node::nb_dofs> ddq_N;
+      for (int j = 0; j < Node::nb_dofs; ++j) ddq_N[j] = ddq[Node::first_dof + j];
+      update_kinematics<N, Node::parent>::run(model, ddq_N);
+
+      auto& i = node<N>(model);
+      const auto I = model.template inertia<N>();
+      i.joint.f = internal::body_force(i.vi, I * i.vi, I * i.ai, fext[N]);
     }
 
-    template <class Path, class Vector, class Torques>
-    ORVEK23_INLINE static void finish(M& model, State<Path>& state, const Vector&, const Vector&,
-                                      const Force* const&, Torques& torques) {
-      using namespace internal;
-      const auto& own = state.own[g];
-      const auto f = plus_children<M, g>(*own.f, state.f_in_parent);
-      const Lanes tau = (*own.S).transposed_times(f);
-      std::size_t lane = 0;
-      for_nodes<M, g>([&](auto id) ORVEK23_INLINE_LAMBDA {
-        return torques[NodeOf<M, id>::first_dof] = tau[lane++];
-      });
-      state.f_in_parent[g] = (*state.sXp.template of_group<g>()).applyInv(f);
-      store<M, g>(
-          f, [&](auto id) -> auto& { return node<id>(model).joint.f; });
+    template <class Rates, class Torques>
+    static void finish(M& model, const Rates&, const Force* const&, Torques& torques) {
+      const auto& i = node<N>(model);
+      const auto tau = i.joint.S.transposed_times(i.joint.f);
+      if constexpr (Node::parent == no_parent) {
+        for (int j = 0; j < Node::nb_dofs; ++j) torques[Node::first_dof + j] = tau[j];
+      } else {
+        torques[Node::first_dof] = tau;
+        auto& f_p = node<Node::parent>(model).joint.f;
+        f_p = f_p + i.sXp.applyInv(i.joint.f);
+      }
     }
   };
 
-  template <class Path = Spatial::Baseline, class Vector, class Torques>
-  ORVEK23_INLINE static void run(Model& model, const internal::JointTransforms<Model>& sXp,
-                                 const Vector& dq, const Vector& ddq, const Force* fext,
-                                 Torques& torques) {
-    State<Path> state(sXp);
-    discover_root(model, state, ddq, fext);
-    internal::outward_traversal<DftVisitor, Model>::run(model, state, dq, ddq, fext, torques);
-    internal::inward_traversal<DftVisitor, Model>::run(model, state, dq, ddq, fext, torques);
-    finish_root(model, state, torques);
-  }
-
- private:
-  template <class Path, class Vector>
-  ORVEK23_INLINE static void discover_root(Model& model, State<Path>& state, const Vector& ddq,
-                                           const Force* fext) {
-    auto& i = node<0>(model);
-    auto& joint = i.joint;
-    i.vi = joint.vj;
-    i.ai = i.sXp * minus_g + joint.S * internal::root_coordinates(ddq) + joint.cj +
-           i.vi.cross(joint.vj);
-    const auto& inertia = Model::inertias[0];
-    joint.f = cross(i.vi, inertia * i.vi) + inertia * i.ai - fext[0];
-    state.va[0] = internal::side_by_side<typename Path::Wide>(internal::broadcast(i.vi),
-                                                              internal::broadcast(i.ai));
-  }
-
-  template <class Path, class Torques>
-  ORVEK23_INLINE static void finish_root(Model& model, State<Path>& state, Torques& torques) {
-    auto& joint = node<0>(model).joint;
-    joint.f = internal::plus_root_children<Model>(joint.f, state.f_in_parent);
-    const Spatial::RootCoordinates tau = joint.S.transposed_times(joint.f);
-    for (std::size_t j = 0; j < tau.size(); ++j) torques[static_cast<int>(j)] = tau[j];
+  template <class Rates, class Torques>
+  static void run(Model& model, const Rates& ddq, const Force* fext, Torques& torques) {
+    internal::depth_first_traversal<DftVisitor, Model>::run(model, ddq, fext, torques);
   }
 };
 
