@@ -1,15 +1,19 @@
-# A plug-in whose passes take one path: auto (chosen when it is loaded), baseline or avx2.
+# A plug-in whose passes take one path: auto (chosen when it is loaded), baseline, avx2, or plain (the
+# visitors of algorithms/ alone, for any processor and compiler).
 #   NAME          the module lib<NAME>.so
 #   NAME_objects  its object code
 function(orvek23_add_plugin name isa)
-  if(NOT isa MATCHES "^(auto|baseline|avx2)$")
-    message(FATAL_ERROR "ORVEK23_ISA is auto, baseline or avx2, not \"${isa}\"")
+  if(NOT isa MATCHES "^(auto|baseline|avx2|plain)$")
+    message(FATAL_ERROR "ORVEK23_ISA is auto, baseline, avx2 or plain, not \"${isa}\"")
   endif()
   string(TOUPPER "${isa}" pinned)
   # Hidden symbols, and none that the dynamic loader would keep unique for the whole process: those
   # outlive dlclose.
   add_library(${name}_objects OBJECT
               "${PROJECT_SOURCE_DIR}/model/orvek23.cpp" "${PROJECT_SOURCE_DIR}/host/plugin.cpp")
+  if(isa MATCHES "^(auto|avx2)$" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
+    target_sources(${name}_objects PRIVATE "${PROJECT_SOURCE_DIR}/host/passes_avx2.cpp")
+  endif()
   target_link_libraries(${name}_objects PUBLIC orvek23_core orvek23_host)
   target_compile_definitions(${name}_objects PRIVATE ORVEK23_ISA_${pinned})
   target_compile_options(${name}_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)

@@ -5,7 +5,6 @@
 #include "host/adapter_kinematics.hpp"
 #include "host/kt_math_conversions.hpp"
 #include "host/metapod_rigid_body_system.hpp"
-#include "host/passes.hpp"
 #include "spatial/force.hpp"
 
 /// External wrenches and joint torques.
@@ -21,31 +20,31 @@ inline metapod::Spatial::Force as_force(const std::vector<float>& wrench) {
 
 }  // namespace internal
 
-template <class Model>
-void MetapodRigidBodySystem<Model>::setExternalWrench(unsigned long i,
+template <class Model, class Dynamics>
+void MetapodRigidBodySystem<Model, Dynamics>::setExternalWrench(unsigned long i,
                                                       const std::vector<float>& wrench_body) {
-  fext_[i] = internal::as_force(wrench_body);
+  dynamics_.set_fext(i, internal::as_force(wrench_body));
 }
 
-template <class Model>
-void MetapodRigidBodySystem<Model>::setExternalWrench(unsigned long i,
+template <class Model, class Dynamics>
+void MetapodRigidBodySystem<Model, Dynamics>::setExternalWrench(unsigned long i,
                                                       const std::vector<float>& wrench_f,
                                                       KT::Math::Transform pose_f_in_body) {
-  fext_[i] = fromKTMath(pose_f_in_body).apply(internal::as_force(wrench_f));
+  dynamics_.set_fext(i, fromKTMath(pose_f_in_body).apply(internal::as_force(wrench_f)));
 }
 
-template <class Model>
-void MetapodRigidBodySystem<Model>::computeInverseDynamics() {
-  Compiled<Model>::InverseDynamics::call(model_, q_, dq_, ddq_, fext_.data(), torques_);
+template <class Model, class Dynamics>
+void MetapodRigidBodySystem<Model, Dynamics>::computeInverseDynamics() {
+  dynamics_.inverse_dynamics(q_, dq_, ddq_, torques_);
 }
 
-template <class Model>
-float MetapodRigidBodySystem<Model>::getJointAngleTorque(unsigned long i) const {
+template <class Model, class Dynamics>
+float MetapodRigidBodySystem<Model, Dynamics>::getJointAngleTorque(unsigned long i) const {
   return torques_[at(i)];
 }
 
-template <class Model>
-JointRange MetapodRigidBodySystem<Model>::getJointAnglesTorque() const {
+template <class Model, class Dynamics>
+JointRange MetapodRigidBodySystem<Model, Dynamics>::getJointAnglesTorque() const {
   return joints_of(torques_);
 }
 

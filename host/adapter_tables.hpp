@@ -25,6 +25,15 @@ unsigned long index_of(const std::string& name, const Names& names, std::size_t 
   throw std::out_of_range(std::string("no ") + kind + " named \"" + name + '"');
 }
 
+/// n values, and room behind them that nobody touches.
+template <class T>
+std::vector<T> apart(std::size_t n) {
+  std::vector<T> values;
+  values.reserve(n + (cache_lines::line + sizeof(T) - 1) / sizeof(T));
+  values.resize(n);
+  return values;
+}
+
 template <class Table>
 std::vector<std::int64_t> widened(const Table& table) {
   return {table.begin(), table.end()};
@@ -32,127 +41,122 @@ std::vector<std::int64_t> widened(const Table& table) {
 
 }  // namespace internal
 
-template <class Model>
-float MetapodRigidBodySystem<Model>::mass_ = 0;
+template <class Model, class Dynamics>
+float MetapodRigidBodySystem<Model, Dynamics>::mass_ = 0;
 
-template <class Model>
-MetapodRigidBodySystem<Model>::MetapodRigidBodySystem()
-    : fext_(nb_bodies),
-      jacobianInRoot_(decltype(jacobianInRoot_)::Zero(6, nb_dofs)),
-      generalizedMass_(MatrixX::Zero(nb_dofs, nb_dofs)),
-      poses_(nb_bodies + nb_volatile_frames),
-      posesInRoot_(nb_bodies) {
+template <class Model, class Dynamics>
+MetapodRigidBodySystem<Model, Dynamics>::MetapodRigidBodySystem()
+    : jacobianInRoot_(cache_lines::zero_matrix<Matrix6X>(6, nb_dofs)),
+      generalizedMass_(cache_lines::zero_matrix<MatrixX>(nb_dofs, nb_dofs)),
+      poses_(internal::apart<KT::Math::Transform>(nb_bodies + nb_volatile_frames)),
+      posesInRoot_(internal::apart<KT::Math::Transform>(nb_bodies)) {
   static_assert(alignof(MetapodRigidBodySystem) <= alignof(std::max_align_t));
   // The root's motion subspace: coordinates linear first, motions angular first.
   for (int j = 0; j < 3; ++j) {
     jacobianInRoot_(3 + j, j) = 1;
     jacobianInRoot_(j, 3 + j) = 1;
   }
-  iX1_[0] = {metapod::Spatial::RotationMatrix::identity(), {}};
   mass_ = 0;
   for (const auto& inertia : Model::inertias) mass_ += inertia.m();
 }
 
-template <class Model>
-void* MetapodRigidBodySystem<Model>::operator new(std::size_t size) {
-  void* storage = std::malloc(size);
+template <class Model, class Dynamics>
+void* MetapodRigidBodySystem<Model, Dynamics>::operator new(std::size_t size) {
+  void* const storage = std::malloc(size);
   if (storage == nullptr) throw std::bad_alloc();
   return storage;
 }
 
-template <class Model>
-void MetapodRigidBodySystem<Model>::operator delete(void* storage) {
+template <class Model, class Dynamics>
+void MetapodRigidBodySystem<Model, Dynamics>::operator delete(void* storage) {
   std::free(storage);
 }
 
-template <class Model>
-std::string MetapodRigidBodySystem<Model>::getName() const {
+template <class Model, class Dynamics>
+std::string MetapodRigidBodySystem<Model, Dynamics>::getName() const {
   return {};
 }
 
-template <class Model>
-unsigned long MetapodRigidBodySystem<Model>::getNbDofs() const {
+template <class Model, class Dynamics>
+unsigned long MetapodRigidBodySystem<Model, Dynamics>::getNbDofs() const {
   return nb_joints;
 }
 
-template <class Model>
-unsigned long MetapodRigidBodySystem<Model>::getNbBodies() const {
+template <class Model, class Dynamics>
+unsigned long MetapodRigidBodySystem<Model, Dynamics>::getNbBodies() const {
   return nb_bodies;
 }
 
-template <class Model>
-unsigned long MetapodRigidBodySystem<Model>::getNbVolatileFrames() const {
+template <class Model, class Dynamics>
+unsigned long MetapodRigidBodySystem<Model, Dynamics>::getNbVolatileFrames() const {
   return nb_volatile_frames;
 }
 
-template <class Model>
-const std::string& MetapodRigidBodySystem<Model>::getRootName() const {
+template <class Model, class Dynamics>
+const std::string& MetapodRigidBodySystem<Model, Dynamics>::getRootName() const {
   return Model::joint_names[0];
 }
 
-template <class Model>
-const std::string& MetapodRigidBodySystem<Model>::getJointAngleName(unsigned long i) const {
+template <class Model, class Dynamics>
+const std::string& MetapodRigidBodySystem<Model, Dynamics>::getJointAngleName(unsigned long i) const {
   return Model::joint_names[i + 1];
 }
 
-template <class Model>
-unsigned long MetapodRigidBodySystem<Model>::getJointAngleId(const std::string& name) const {
+template <class Model, class Dynamics>
+unsigned long MetapodRigidBodySystem<Model, Dynamics>::getJointAngleId(const std::string& name) const {
   return internal::index_of(name, Model::joint_names, 1, "joint angle");
 }
 
-template <class Model>
-const std::string& MetapodRigidBodySystem<Model>::getBodyName(unsigned long i) const {
+template <class Model, class Dynamics>
+const std::string& MetapodRigidBodySystem<Model, Dynamics>::getBodyName(unsigned long i) const {
   return Model::body_names[i];
 }
 
-template <class Model>
-unsigned long MetapodRigidBodySystem<Model>::getBodyId(const std::string& name) const {
+template <class Model, class Dynamics>
+unsigned long MetapodRigidBodySystem<Model, Dynamics>::getBodyId(const std::string& name) const {
   return internal::index_of(name, Model::body_names, 0, "body");
 }
 
-template <class Model>
-void MetapodRigidBodySystem<Model>::setBodyInertia(
+template <class Model, class Dynamics>
+void MetapodRigidBodySystem<Model, Dynamics>::setBodyInertia(
     unsigned long i, float mass, const KT::Math::Position3D& com,
     const Eigen::Matrix<float, 3, 3>& inertia_at_com) {
-  const auto& c = com;
   const auto& Ic = inertia_at_com;
-  auto& inertia = Model::inertias[i];
+  metapod::Spatial::Inertia& inertia = Model::inertias[i];
   mass_ = (mass - inertia.m()) + mass_;
-  // Parallel axes: I = Ic + m (|c|² 1 - c cᵀ).
-  inertia = {mass,
-             {mass * c.x, mass * c.y, mass * c.z},
-             {Ic(0, 0) + mass * (c.y * c.y + c.z * c.z), Ic(1, 0) - mass * c.x * c.y,
-              Ic(1, 1) + mass * (c.x * c.x + c.z * c.z), Ic(2, 0) - mass * c.x * c.z,
-              Ic(2, 1) - mass * c.y * c.z, Ic(2, 2) + mass * (c.x * c.x + c.y * c.y)}};
+  inertia = metapod::Spatial::Inertia::at_com(
+      mass, {com.x, com.y, com.z},
+      {Ic(0, 0), Ic(1, 0), Ic(1, 1), Ic(2, 0), Ic(2, 1), Ic(2, 2)});
+  Dynamics::set_inertia(i, inertia);
 }
 
-template <class Model>
-float MetapodRigidBodySystem<Model>::getMass() const {
+template <class Model, class Dynamics>
+float MetapodRigidBodySystem<Model, Dynamics>::getMass() const {
   return mass_;
 }
 
-template <class Model>
-float MetapodRigidBodySystem<Model>::getPartialMass(unsigned long i) const {
+template <class Model, class Dynamics>
+float MetapodRigidBodySystem<Model, Dynamics>::getPartialMass(unsigned long i) const {
   return i < nb_bodies ? mass_ - Model::inertias[i].m() : mass_;
 }
 
-template <class Model>
-float MetapodRigidBodySystem<Model>::getMass(unsigned long i) const {
+template <class Model, class Dynamics>
+float MetapodRigidBodySystem<Model, Dynamics>::getMass(unsigned long i) const {
   return Model::inertias[i].m();
 }
 
-template <class Model>
-std::vector<std::int64_t> MetapodRigidBodySystem<Model>::getParentsVector() const {
+template <class Model, class Dynamics>
+std::vector<std::int64_t> MetapodRigidBodySystem<Model, Dynamics>::getParentsVector() const {
   return internal::widened(Model::parents);
 }
 
-template <class Model>
-std::vector<std::int64_t> MetapodRigidBodySystem<Model>::getDofNumbersVector() const {
+template <class Model, class Dynamics>
+std::vector<std::int64_t> MetapodRigidBodySystem<Model, Dynamics>::getDofNumbersVector() const {
   return internal::widened(Model::dof_numbers);
 }
 
-template <class Model>
-std::vector<std::int64_t> MetapodRigidBodySystem<Model>::getDofIndexesVector() const {
+template <class Model, class Dynamics>
+std::vector<std::int64_t> MetapodRigidBodySystem<Model, Dynamics>::getDofIndexesVector() const {
   return internal::widened(Model::dof_indexes);
 }
 

@@ -1,10 +1,9 @@
 #pragma once
 
 #include <algorithm>
-#include <array>
 
 #include "ktmath/ktmath.hpp"
-#include "spatial/lanes.hpp"
+#include "spatial/pose.hpp"
 #include "spatial/rotation.hpp"
 #include "spatial/transform.hpp"
 #include "spatial/vector.hpp"
@@ -53,35 +52,14 @@ inline ModelTransform fromKTMath(const KT::Math::Transform& t) {
 
 /// The host transform of the inverse point map, the pose of x's child frame in its parent frame:
 /// R = Eᵀ, p = r, copied.
-ORVEK23_INLINE void invToKTMath(const ModelTransform& x, KT::Math::Transform& out) {
-  using metapod::Spatial::load_four;
-  const float* e = reinterpret_cast<const float*>(&x);
-  const auto r = load_four(e + 8);  // r stands in its last three
-  const auto row0 = load_four(e), row1 = load_four(e + 3), row2 = load_four(e + 6);
-  metapod::Spatial::store_first<4>(out.m, __builtin_shufflevector(row0, r, 0, 1, 2, 5));
-  metapod::Spatial::store_first<4>(out.m + 4, __builtin_shufflevector(row1, r, 0, 1, 2, 6));
-  metapod::Spatial::store_first<4>(out.m + 8, __builtin_shufflevector(row2, r, 0, 1, 2, 7));
+inline void invToKTMath(const ModelTransform& x, KT::Math::Transform& out) {
+  std::ranges::copy(metapod::Spatial::pose_of(x), out.m);
 }
 
-/// The same for the product a b (first b, then a), as the 12 floats of the host's transform. Two
-/// rows of R = Ebᵀ Eaᵀ are products; the third is their cross product, cheaper and equal to
-/// rounding.
-template <class S>
-ORVEK23_INLINE std::array<S, 12> invProdToKTMath(
-    const metapod::Spatial::TransformT<metapod::Spatial::RotationMatrixT<S>>& a,
-    const metapod::Spatial::TransformT<metapod::Spatial::RotationMatrixT<S>>& b) {
-  const auto row0 = a.E() * b.E().column(0);
-  const auto row1 = a.E() * b.E().column(1);
-  const auto row2 = row0.cross(row1);
-  const auto p = b.applyInv(a.r());
-  return {row0.x(), row0.y(), row0.z(), p.x(),    row1.x(), row1.y(),
-          row1.z(), p.y(),    row2.x(), row2.y(), row2.z(), p.z()};
-}
-
+/// The same for the product a b (first b, then a).
 inline void invProdToKTMath(const ModelTransform& a, const ModelTransform& b,
                             KT::Math::Transform& out) {
-  const auto floats = invProdToKTMath(a, b);
-  std::copy(floats.begin(), floats.end(), out.m);
+  std::ranges::copy(metapod::Spatial::pose_of_product(a, b), out.m);
 }
 
 }  // namespace tavo

@@ -8,18 +8,18 @@
 
 #include <Eigen/Core>
 
-#include "host/kt_math_conversions.hpp"
+#include "host/cache_lines.hpp"
+#include "host/dynamics.hpp"
 #include "host/rigid_body_system.hpp"
 #include "ktmath/ktmath.hpp"
-#include "spatial/force.hpp"
 
 namespace tavo {
 
-/// The interface on a Model: keeps the state vectors and the results, maps every operation onto the
-/// model and its algorithms. The operations are defined by theme: tables and inertias in
-/// adapter_tables.hpp, state and kinematics in adapter_kinematics.hpp, mass queries in
+/// The interface on a Model: keeps the state vectors and the results, and has them computed by
+/// Dynamics: LaneDynamics, or PlainDynamics. The operations are defined by theme: tables and
+/// inertias in adapter_tables.hpp, state and kinematics in adapter_kinematics.hpp, mass queries in
 /// adapter_mass.hpp, wrenches and torques in adapter_dynamics.hpp.
-template <class Model>
+template <class Model, class Dynamics = DefaultDynamics<Model>>
 class MetapodRigidBodySystem final : public RigidBodySystem {
  public:
   MetapodRigidBodySystem();
@@ -102,10 +102,10 @@ class MetapodRigidBodySystem final : public RigidBodySystem {
   static constexpr int nb_joints = nb_dofs - nb_root_dofs;
   static constexpr int nb_volatile_frames = 1;
 
-  /// The root's six coordinates, then one a joint.
-  using Coordinates = Eigen::Matrix<float, nb_dofs, 1>;
-  using Matrix3X = Eigen::Matrix<float, 3, Eigen::Dynamic>;
-  using MatrixX = Eigen::Matrix<float, Eigen::Dynamic, Eigen::Dynamic>;
+  using Coordinates = typename DynamicsTypes<Model>::Coordinates;
+  using Matrix3X = typename DynamicsTypes<Model>::Matrix3X;
+  using Matrix6X = typename DynamicsTypes<Model>::Matrix6X;
+  using MatrixX = typename DynamicsTypes<Model>::MatrixX;
 
   /// Entry of joint angle i.
   static constexpr Eigen::Index at(unsigned long i) {
@@ -116,20 +116,19 @@ class MetapodRigidBodySystem final : public RigidBodySystem {
   static void set_joints(Coordinates& x, const std::vector<float>& values);
   static JointRange joints_of(const Coordinates& x);
 
-  Model model_;
+  Dynamics dynamics_;  ///< with the external wrenches, and what passes leave to each other
   Coordinates q_ = Coordinates::Zero();
   Coordinates dq_ = Coordinates::Zero();
   Coordinates ddq_ = Coordinates::Zero();
   Coordinates torques_ = Coordinates::Zero();
-  std::vector<metapod::Spatial::Force> fext_;  ///< on each body, in its frame
-  Eigen::Matrix<float, 6, Eigen::Dynamic> jacobianInRoot_;
+  Matrix6X jacobianInRoot_;
   MatrixX generalizedMass_;
-  std::vector<KT::Math::Transform> poses_;  ///< world; the volatile frame follows the bodies
-  std::vector<KT::Math::Transform> posesInRoot_;
-  std::array<ModelTransform, nb_bodies> iX1_{};  ///< root to body
-  KT::Math::Position3D comPosition_;             ///< world
+  std::vector<KT::Math::Transform> poses_;        ///< world; the volatile frame follows the bodies
+  std::vector<KT::Math::Transform> posesInRoot_;  ///< [R | p]: Eᵀ and r of every body's iX1
+  KT::Math::Position3D comPosition_;              ///< world
   KT::Math::Position3D comPositionInRoot_;
   KT::Math::Transform worldPose_;  ///< the identity
+  cache_lines::Apart apart_;
 
   /// Total mass of the bodies, shared by all objects like the inertias themselves.
   static float mass_;
