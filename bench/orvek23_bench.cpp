@@ -8,10 +8,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <sstream>
 #include <stdexcept>
 
@@ -133,11 +135,24 @@ void add_cold(const Operation& op, Host& host) {
   benchmark::RegisterBenchmark(name.c_str(), row)->UseManualTime()->Iterations(1);
 }
 
-/// The cycle on one and two threads, each with a system of its own.
-void add_threads(std::deque<Host>& hosts) {
-  const Operation& op = bench::operation("cycle");
-  const auto row = [&op, &hosts](benchmark::State& state) {
-    Host& host = hosts[state.thread_index()];
+/// A system for each of two threads, made in a row but for a gap between them that moves the second
+/// one's storage by so many bytes against cache lines.
+struct Placement {
+  Placement(const std::string& plugin_path, std::size_t moved) {
+    hosts.emplace_back(plugin_path);
+    gap.reset(std::malloc(1024 + moved));  // beyond the sizes of which malloc keeps lists
+    hosts.emplace_back(plugin_path);
+  }
+
+  std::deque<Host> hosts;
+  std::unique_ptr<void, decltype(&std::free)> gap{nullptr, &std::free};
+};
+
+/// An operation on one and two threads, each with a system of its own.
+void add_threads(const char* operation, std::size_t moved, Placement& placement) {
+  const Operation& op = bench::operation(operation);
+  const auto row = [&op, &placement](benchmark::State& state) {
+    Host& host = placement.hosts[state.thread_index()];
     std::size_t k = 0;
     for (auto _ : state) {
       op.run(host, states[k]);
@@ -145,7 +160,8 @@ void add_threads(std::deque<Host>& hosts) {
     }
     state.SetItemsProcessed(state.iterations());
   };
-  benchmark::RegisterBenchmark("threads/cycle", row)->Threads(1)->Threads(2)->UseRealTime();
+  const std::string name = std::string("threads/") + operation + "/" + std::to_string(moved);
+  benchmark::RegisterBenchmark(name.c_str(), row)->Threads(1)->Threads(2)->UseRealTime();
 }
 
 /// A comparison of times means nothing where the results differ.
@@ -169,17 +185,18 @@ int main(int argc, char** argv) try {
   app.add_option("--beside", other_paths, "Label and path of another build to compare with");
   CLI11_PARSE(app, argc, argv);
 
-  std::deque<Host> hosts;  // one a thread, made before any thread runs
-  hosts.emplace_back(plugin_path);
-  hosts.emplace_back(plugin_path);
-  Host& host = hosts.front();
+  std::deque<Placement> placements;  // all made before any thread runs
+  for (const std::size_t moved : {0, 16, 32, 48}) placements.emplace_back(plugin_path, moved);
+  Host& host = placements.front().hosts.front();
   benchmark::AddCustomContext("compiler", BENCH_COMPILER);
   benchmark::AddCustomContext("object_bytes", std::to_string(host.object_size));
   benchmark::AddCustomContext("heap_bytes", std::to_string(host.heap_size));
 
   for (const Operation& op : bench::operations()) add_row(op.name, op.calls, passes_of(op, host));
   for (const char* name : {"FK", "ID", "FKx+MM", "cycle"}) add_cold(bench::operation(name), host);
-  add_threads(hosts);
+  for (std::size_t k = 0; k < placements.size(); ++k) {
+    for (const char* name : {"FK", "cycle"}) add_threads(name, 16 * k, placements[k]);
+  }
 
   std::deque<Host> others;
   for (const auto& [label, path] : other_paths) {

@@ -19,10 +19,11 @@ endfunction()
 # Headers are found by pattern, so that a new one cannot be left out.
 function(orvek23_check_headers)
   add_custom_target(orvek23_header_check ALL)
-  set(public ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp)
+  set(public batch/batch.hpp ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp)
   file(GLOB inner CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
        "${PROJECT_SOURCE_DIR}/spatial/*.hpp" "${PROJECT_SOURCE_DIR}/model/*.hpp"
-       "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/host/*.hpp"
+       "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/lanes/*.hpp"
+       "${PROJECT_SOURCE_DIR}/batch/*.hpp" "${PROJECT_SOURCE_DIR}/host/*.hpp"
        "${PROJECT_SOURCE_DIR}/apps/*/*.hpp" "${PROJECT_SOURCE_DIR}/apps/*/*/*.hpp")
   list(REMOVE_ITEM inner ${public})
   orvek23_check_headers_as(17 LINK orvek23::host HEADERS ${public})

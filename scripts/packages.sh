@@ -1,6 +1,7 @@
 # Sourced by the other scripts: what each of them needs of Debian, and how it gets there.
 
-build_packages=(g++ cmake ninja-build help2man libeigen3-dev libboost-dev libcli11-dev)
+build_packages=(g++ cmake ninja-build help2man libeigen3-dev libboost-dev libcli11-dev
+  libtbb-dev)
 test_packages=("${build_packages[@]}" g++-12 clang-14 doxygen dpkg-dev file gnuplot-nox libgtest-dev
   libkdl-parser-dev liborocos-kdl-dev liburdfdom-dev pkgconf)
 

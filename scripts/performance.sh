@@ -13,7 +13,7 @@ cmake --build "$build/auto"
 cmake --preset release -B "$build/baseline" -DORVEK23_ISA=baseline
 cmake --build "$build/baseline" --target orvek23
 
-python3 bench/report.py --programs "$build/auto/bin" --plugin "$build/auto/lib/liborvek23.so" \
+python3 bench/report.py --build "$build/auto" --programs "$build/auto/bin" --plugin "$build/auto/lib/liborvek23.so" \
   --beside baseline "$build/baseline/lib/liborvek23.so" > "$build/performance.md"
 mv "$build/performance.md" docs/performance.md
 cat docs/performance.md
