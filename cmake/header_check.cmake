@@ -16,7 +16,8 @@ function(orvek23_check_headers_as standard)
   endif()
 endfunction()
 
-# Headers are found by pattern, so that a new one cannot be left out.
+# Headers are found by pattern, so that a new one cannot be left out; the two ends of a region of
+# source are no headers.
 function(orvek23_check_headers)
   add_custom_target(orvek23_header_check ALL)
   set(public batch/batch.hpp ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp)
@@ -25,7 +26,7 @@ function(orvek23_check_headers)
        "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/lanes/*.hpp"
        "${PROJECT_SOURCE_DIR}/batch/*.hpp" "${PROJECT_SOURCE_DIR}/host/*.hpp"
        "${PROJECT_SOURCE_DIR}/apps/*/*.hpp" "${PROJECT_SOURCE_DIR}/apps/*/*/*.hpp")
-  list(REMOVE_ITEM inner ${public})
+  list(REMOVE_ITEM inner ${public} lanes/begin_avx2.hpp lanes/end_avx2.hpp)
   orvek23_check_headers_as(17 LINK orvek23::host HEADERS ${public})
   orvek23_check_headers_as(20 LINK orvek23::core orvek23::host HEADERS ${inner})
 endfunction()

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "algorithms/first_moment.hpp"
 #include "lanes/groups.hpp"
 #include "lanes/inertia_table.hpp"
 #include "lanes/lanes.hpp"
@@ -35,15 +36,17 @@ void for_blocks(F f) {
 template <class Model, class F>
 auto in_block(F f) {
   constexpr std::size_t most = Model::nb_bodies - 2;
-  return [&]<std::size_t... k>(std::index_sequence<k...>) { return std::array{f(std::min(k, most))...}; }
+  return [&]<std::size_t... k>(std::index_sequence<k...>) {
+    return std::array{f(std::min(k, most))...};
+  }
   (std::make_index_sequence<nb_lanes_of<Block>>{});
 }
 
 /// iX1 of a block of bodies from their poses in the root's frame.
 template <class Model>
 TransformsOnBlock load_transforms(const float* poses, std::size_t first) {
-  const auto e = load_rows<3, Block>(in_block<Model>(
-      [&](std::size_t k) { return poses + pose_size * (first + k); }));
+  const auto e = load_rows<3, Block>(
+      in_block<Model>([&](std::size_t k) { return poses + pose_size * (first + k); }));
   return {{{e[0], e[1], e[2]}, {e[4], e[5], e[6]}, {e[8], e[9], e[10]}}, {e[3], e[7], e[11]}};
 }
 
@@ -57,8 +60,7 @@ void store_moments(const InertiaTable<Model>& inertias, const TransformsOnBlock&
   const auto row = [&](const auto& table) { return load_row<Block>(table.data() + first); };
   const Spatial::Vector3T<Block> c(row(inertias.com(0)), row(inertias.com(1)),
                                    row(inertias.com(2)));
-  const auto mc =
-      metapod::internal::first_moment(iX1, load_row<Block>(inertias.m() + first), c);
+  const auto mc = metapod::internal::first_moment(iX1, load_row<Block>(inertias.m() + first), c);
   const auto rows = transposed<Block>(mc.x(), mc.y(), mc.z(), mc.z());
   unrolled<nb_lanes_of<Block>>(
       [&](auto k) { moments[first + k] = half<k / nb_lanes>(rows[k % nb_lanes]); });

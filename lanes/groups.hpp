@@ -209,7 +209,7 @@ T plus_root_children(const T& value, const Values& values) {
     const auto at = [&](std::size_t k) { return 4 * row + k < n ? 4 * row + k : 0; };
     Lanes x{own[at(0)], own[at(1)], own[at(2)], own[at(3)]};
     [&]<int... child>(std::integer_sequence<int, child...>) {
-      const auto add = [&](auto id) {
+      [[maybe_unused]] const auto add = [&](auto id) {
         constexpr Place place = schedule<Model>.places[static_cast<std::size_t>(id())];
         const auto& of_group = values[static_cast<std::size_t>(place.group)].components();
         x = x + transposed<Lanes>(of_group[at(0)], of_group[at(1)], of_group[at(2)],

@@ -2,12 +2,16 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <limits>
+#include <type_traits>
 
 #include "lanes/components.hpp"
 #include "lanes/groups.hpp"
 #include "lanes/lanes.hpp"
 #include "lanes/schedule.hpp"
 #include "model/load_time_tables.hpp"
+#include "spatial/bits_as.hpp"
 #include "spatial/inertia.hpp"
 
 namespace metapod::lanes {
@@ -62,9 +66,22 @@ class InertiaTable {
     for (std::size_t k = 0; k < e.size(); ++k) by_group_[g][k][lane] = e[k];
   }
   constexpr void put_com(std::size_t i, const Spatial::Inertia& inertia) {
-    const Spatial::Vector3 c = inertia.h() / inertia.m();
     m_[i] = inertia.m();
-    for (int axis = 0; axis < 3; ++axis) com_[static_cast<std::size_t>(axis)][i] = c[axis];
+    for (int axis = 0; axis < 3; ++axis) {
+      com_[static_cast<std::size_t>(axis)][i] = quotient(inertia.h()[axis], inertia.m());
+    }
+  }
+
+  /// h / m, also for the massless bodies of a table: the language has no division by zero in
+  /// constants.
+  static constexpr float quotient(float h, float m) {
+    if (std::is_constant_evaluated() && m == 0) {
+      using Limits = std::numeric_limits<float>;
+      if (!(h < 0 || h > 0)) return Limits::quiet_NaN();
+      return (h < 0) == (Spatial::bits_as<std::int32_t>(m) < 0) ? Limits::infinity()
+                                                                : -Limits::infinity();
+    }
+    return h / m;
   }
 
   std::array<Rows, nb_groups<Model>> by_group_{};

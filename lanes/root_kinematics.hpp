@@ -41,7 +41,7 @@ ORVEK23_WHOLE void root_kinematics(State<Model>& state, const InertiaTable<Model
     const TransformsOnBlock X = load_transforms<Model>(poses, first);
     store_moments<Model>(inertias, X, first, moments);
     store_lanes(metapod::internal::jacobian_column(X), in_block<Model>([&](std::size_t k) {
-                  return J + 6 * (NodeOf<Model, 1>::first_dof + first - 1 + k);
+                  return J + 6 * (Model::dof_numbers[0] + first - 1 + k);
                 }));
   });
   sum_moments<Model>(inertias, moments, mc_sum);
