@@ -66,5 +66,8 @@ inline SinCosT<float> sin_cos(float angle) {
                                        : SinCosT<double>{std::sin(x), std::cos(x)};
   return {static_cast<float>(of_x.s), static_cast<float>(of_x.c)};
 }
+inline SinCosT<double> sin_cos(double angle) {
+  return {std::sin(angle), std::cos(angle)};
+}
 
 }  // namespace metapod::Spatial

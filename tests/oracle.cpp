@@ -7,7 +7,7 @@
 namespace oracle {
 namespace {
 
-constexpr double gravity = 9.81;
+constexpr double gravity = 9.81f;  // the float, as all numbers of the model
 
 Matrix3 turn(double angle, const Vector3& axis) {
   return Eigen::AngleAxisd(angle, axis).toRotationMatrix();
@@ -26,6 +26,21 @@ Tree without(Tree tree, int i) {
   body.h.setZero();
   body.I.setZero();
   return tree;
+}
+
+std::vector<Joint> joints(const Tree& tree, const Vector& dq) {
+  std::vector<Joint> all;
+  for (int i = 0; i < static_cast<int>(tree.size()); ++i) {
+    Matrix S = Matrix::Zero(6, i == 0 ? 6 : 1);
+    if (i == 0) {
+      S << Matrix3::Zero(), Matrix3::Identity(), Matrix3::Identity(), Matrix3::Zero();
+    } else {
+      S(2, 0) = 1;
+    }
+    const Vector6 vj = S * dq.segment(i == 0 ? 0 : i + 5, S.cols());
+    all.push_back({S, vj, Vector6::Zero()});
+  }
+  return all;
 }
 
 Matrix3 cross(const Vector3& a) {
@@ -70,7 +85,8 @@ Configuration::Configuration(const Tree& tree, const Vector& q) : tree_(tree) {
   J = Matrix::Zero(6, bodies + 5);
   J.block<3, 3>(3, 0).setIdentity();
   J.block<3, 3>(0, 3).setIdentity();
-  const Pose root{orientation(q), q.head<3>()};
+  const Pose placement{tree[0].E.transpose(), tree[0].r};
+  const Pose root = placement * Pose{orientation(q), q.head<3>()};
   for (int i = 0; i < bodies; ++i) {
     const Body& body = tree[i];
     if (i == 0) {
@@ -116,23 +132,58 @@ Matrix Configuration::momentum_jacobian() const {
   return in_world[0].R * momentum.bottomRows<3>();
 }
 
-Vector Configuration::inverse_dynamics(const Vector& dq, const Vector& ddq,
-                                       const std::vector<Vector6>& fext) const {
+bool Configuration::is_beyond(int k, int i) const {
+  while (i > k) i = tree_[i].parent;
+  return i == k;
+}
+
+Matrix6 Configuration::subtree_inertia(int i) const {
+  Matrix6 sum = Matrix6::Zero();
+  for (int k = i; k < static_cast<int>(tree_.size()); ++k) {
+    if (is_beyond(i, k)) sum += inertia_root_[k];
+  }
+  return sum;
+}
+
+Configuration::Dynamics Configuration::dynamics(const std::vector<Joint>& joints, const Vector& ddq,
+                                                const std::vector<Vector6>& fext) const {
+  const int bodies = static_cast<int>(tree_.size());
   Vector6 minus_g;
   minus_g << Vector3::Zero(), in_world[0].R.transpose() * Vector3(0, 0, gravity);
-  Vector tau = Vector::Zero(J.cols());
-  std::vector<Vector6> v;
-  for (int i = 0; i < static_cast<int>(tree_.size()); ++i) {
-    const Matrix Ji = body_jacobian(i);
-    v.push_back(Ji * dq);
-    // The derivative of a joint's axis, fixed in body k, is v_k x S_k.
-    Vector6 a = Ji * ddq + minus_g;
-    for (int k = i; k > 0; k = tree_[k].parent) a += cross(v[k]) * J.col(k + 5) * dq[k + 5];
-    const Vector6 f = inertia_root_[i] * a - cross(v[i]).transpose() * (inertia_root_[i] * v[i]) -
-                      to_body_[i].transpose() * fext[i];
-    tau += Ji.transpose() * f;
+  Dynamics d{{}, {}, {}, Vector::Zero(J.cols())};
+  std::vector<Vector6> v, f;  // in the root's frame, f of the body alone
+  for (int i = 0; i < bodies; ++i) {
+    v.emplace_back(Vector6::Zero());
+    Vector6 a = minus_g;
+    for (int k = 0; k <= i; ++k) {
+      if (!is_beyond(k, i)) continue;
+      const Joint& joint = joints[k];
+      const Matrix6 to_root = to_body_[k].inverse();
+      const Vector6 vj = to_root * joint.vj;
+      v[i] += vj;
+      // The derivative of a joint's axes, fixed in body k, is v_k x S_k.
+      a += to_root * (joint.S * ddq.segment(k == 0 ? 0 : k + 5, joint.S.cols()) + joint.cj) +
+           cross(v[k]) * vj;
+    }
+    f.push_back(inertia_root_[i] * a - cross(v[i]).transpose() * (inertia_root_[i] * v[i]) -
+                to_body_[i].transpose() * fext[i]);
+    d.v.push_back(to_body_[i] * v[i]);
+    d.a.push_back(to_body_[i] * a);
   }
-  return tau;
+  for (int i = 0; i < bodies; ++i) {
+    Vector6 across = Vector6::Zero();
+    for (int k = i; k < bodies; ++k) {
+      if (is_beyond(i, k)) across += f[k];
+    }
+    d.f.push_back(to_body_[i].inverse().transpose() * across);
+    d.tau.segment(i == 0 ? 0 : i + 5, joints[i].S.cols()) = joints[i].S.transpose() * d.f[i];
+  }
+  return d;
+}
+
+Vector Configuration::inverse_dynamics(const Vector& dq, const Vector& ddq,
+                                       const std::vector<Vector6>& fext) const {
+  return dynamics(joints(tree_, dq), ddq, fext).tau;
 }
 
 double Configuration::energy(const Vector& dq) const {

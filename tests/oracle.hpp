@@ -6,8 +6,8 @@
 
 /// The reference that every algorithm is compared with: rigid-body mechanics of any tree in double
 /// precision, with dense 6 x 6 matrices and plain loops over the parent table. It has no joint
-/// kinds, no composite inertias and no backward recursion: everything is a sum over bodies in the
-/// root's frame, so it can share no mistake with the recursions it judges.
+/// kinds and no recursion but that of the poses: everything is a sum over bodies in the root's
+/// frame, so it can share no mistake with the recursions it judges.
 ///
 /// Vectors list the angular part first, coordinates the root's linear part first, as in the
 /// library.
@@ -20,8 +20,9 @@ using Matrix6 = Eigen::Matrix<double, 6, 6>;
 using Vector = Eigen::VectorXd;
 using Matrix = Eigen::MatrixXd;
 
-/// A body and the joint that carries it: the root floats freely, every other body turns about the
-/// z axis of the placement (E, r) in its parent. Mass, first moment and inertia about the origin.
+/// A body and the joint that carries it, at the placement (E, r) in its parent or in the world: the
+/// root floats freely, every other body turns about the z axis. Mass, first moment and inertia
+/// about the origin.
 struct Body {
   int parent;
   Matrix3 E;
@@ -44,6 +45,15 @@ struct Pose {
   Pose operator*(const Pose& b) const { return {R * b.R, R * b.p + p}; }
 };
 
+/// What a joint does to its body, in the body's frame: the motion subspace, a column a coordinate,
+/// the velocity across the joint and its bias. Any: the recursions hold for all.
+struct Joint {
+  Matrix S;
+  Vector6 vj, cj;
+};
+/// Those of the tree at the rates dq.
+std::vector<Joint> joints(const Tree& tree, const Vector& dq);
+
 Matrix3 cross(const Vector3& a);
 Matrix6 cross(const Vector6& motion);
 Matrix6 motion_matrix(const Matrix3& E, const Vector3& r);
@@ -62,9 +72,22 @@ class Configuration {
   double mass = 0;
   Vector3 com_root = Vector3::Zero(), com_world;
 
+  /// From the root's frame to that of body i; of motions.
+  const Matrix6& to_body(int i) const { return to_body_[i]; }
+  /// Inertia of body i and all that it carries, root frame.
+  Matrix6 subtree_inertia(int i) const;
+
   Matrix mass_matrix() const;
   /// 3 x n: linear momentum in world axes per unit rate of each coordinate.
   Matrix momentum_jacobian() const;
+  /// In body frames: velocities, accelerations (gravity included) and the forces across the joints;
+  /// then the generalized forces. Of fext and tau see below.
+  struct Dynamics {
+    std::vector<Vector6> v, a, f;
+    Vector tau;
+  };
+  Dynamics dynamics(const std::vector<Joint>& joints, const Vector& ddq,
+                    const std::vector<Vector6>& fext) const;
   /// Generalized forces, the root wrench (force first) in entries 0..5; fext[i] acts on body i,
   /// in its frame, moment first.
   Vector inverse_dynamics(const Vector& dq, const Vector& ddq,
@@ -74,6 +97,8 @@ class Configuration {
 
  private:
   Matrix body_jacobian(int i) const;
+  /// Whether body i is body k or carried by it.
+  bool is_beyond(int k, int i) const;
 
   const Tree tree_;
   std::vector<Matrix6> inertia_root_, to_body_;

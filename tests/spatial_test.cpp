@@ -10,45 +10,20 @@
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
-#include "spatial/components.hpp"
+#include "lanes/sincos.hpp"
 #include "spatial/motion_subspace.hpp"
 #include "spatial/sincos.hpp"
 #include "spatial/transform.hpp"
-#include "spatial/value_lanes.hpp"
+#include "tests/dense.hpp"
 #include "tests/robot.hpp"
 
 namespace {
 
 using namespace metapod::Spatial;
 using oracle::Matrix3, oracle::Matrix6, oracle::Vector6;
+using test::dense, test::dense_rotation;
 
 constexpr float kInf = std::numeric_limits<float>::infinity();
-
-oracle::Vector3 dense(const Vector3& v) {
-  return {v.x(), v.y(), v.z()};
-}
-Vector6 dense(const Motion& m) {
-  return (Vector6() << dense(m.w()), dense(m.v())).finished();
-}
-Vector6 dense(const Force& F) {
-  return (Vector6() << dense(F.n()), dense(F.f())).finished();
-}
-Matrix3 dense(const SymmetricMatrix3& A) {
-  return Matrix3{{A.xx(), A.yx(), A.zx()}, {A.yx(), A.yy(), A.zy()}, {A.zx(), A.zy(), A.zz()}};
-}
-Matrix6 dense(const Inertia& I) {
-  return oracle::inertia_matrix(I.m(), dense(I.h()), dense(I.I()));
-}
-template <class R>
-Matrix3 dense_rotation(const R& E) {
-  Matrix3 m;
-  m << dense(E * Vector3(1, 0, 0)), dense(E * Vector3(0, 1, 0)), dense(E * Vector3(0, 0, 1));
-  return m;
-}
-template <class R>
-Matrix6 dense(const TransformT<R>& X) {
-  return oracle::motion_matrix(dense_rotation(X.E()), dense(X.r()));
-}
 
 // Random values; the same in every run.
 class SpatialTest : public ::testing::Test {
@@ -178,18 +153,12 @@ TEST_F(SpatialTest, SubspacesAreReadWhereTheyShould) {
   const Vector6 x{{1, -2, 3, 4, -5, 6}};
   Vector6 projected;
   for (int j = 0; j < 6; ++j) projected[j] = S.transposed_times(F)[j];
-  // Three columns a half, linear ones first.
-  const auto I_S = components(broadcast(I) * S.columns<LanesPair>());
-  for (int k = 0; k < 6; ++k) {
-    for (int j = 0; j < 3; ++j) {
-      IS(k, j) = I_S[k].low[j];
-      IS(k, 3 + j) = I_S[k].high[j];
-    }
-  }
-  expect_equal(dense(S * RootCoordinates{1, -2, 3, 4, -5, 6}), dense_S * x);
+  const std::array<Force, 6> I_S = I * S;
+  for (int j = 0; j < 6; ++j) IS.col(j) = dense(I_S[j]);
+  expect_equal(dense(S * std::array{1.f, -2.f, 3.f, 4.f, -5.f, 6.f}), dense_S * x);
   expect_equal(projected, dense_S.transpose() * dense(F));
   expect_equal(IS, dense(I) * off_diagonal);
-  EXPECT_EQ(dense(free_flyer * RootCoordinates{1, 2, 3, 4, 5, 6}),
+  EXPECT_EQ(dense(free_flyer * std::array{1.f, 2.f, 3.f, 4.f, 5.f, 6.f}),
             dense(Motion({4, 5, 6}, {1, 2, 3})));
 
   const ConstraintMotionAxisZ axis;
@@ -200,7 +169,7 @@ TEST_F(SpatialTest, SubspacesAreReadWhereTheyShould) {
 }
 
 // Every angle has the float of the C library's double: quadrants, reduction, the angles beyond its
-// range, and -0 with its sign.
+// range, and -0 with its sign; one by one and side by side.
 TEST(SinCos, AreTheCLibrarysInFloat) {
   std::mt19937 random(test::kSeed);
   std::uniform_real_distribution<float> near(-8, 8), far(-1.1e5f, 1.1e5f);
@@ -210,17 +179,20 @@ TEST(SinCos, AreTheCLibrarysInFloat) {
   for (int k = 0; k < 200000; ++k) angles.push_back(k % 2 == 0 ? near(random) : far(random));
   angles.resize(angles.size() / 4 * 4);
   for (std::size_t k = 0; k < angles.size() && !HasFailure(); k += 4) {
-    const Lanes four{angles[k], angles[k + 1], angles[k + 2], angles[k + 3]};
-    const SinCos got = sin_cos(std::array{four})[0];
+    const metapod::lanes::Lanes four{angles[k], angles[k + 1], angles[k + 2], angles[k + 3]};
+    const metapod::lanes::SinCos all = metapod::lanes::sin_cos(std::array{four})[0];
     for (std::size_t lane = 0; lane < 4; ++lane) {
       const double angle = four[lane];
       const float want[] = {static_cast<float>(std::sin(angle)),
                             static_cast<float>(std::cos(angle))};
-      const float have[] = {got.s[lane], got.c[lane]};
-      if (std::isnan(want[0])) {
-        EXPECT_TRUE(std::isnan(have[0]) && std::isnan(have[1])) << four[lane];
-      } else {
-        EXPECT_EQ(std::memcmp(have, want, sizeof(want)), 0) << four[lane];
+      const auto one = sin_cos(four[lane]);
+      for (const auto& [s, c] : {one, SinCosT<float>{all.s[lane], all.c[lane]}}) {
+        const float have[] = {s, c};
+        if (std::isnan(want[0])) {
+          EXPECT_TRUE(std::isnan(s) && std::isnan(c)) << four[lane];
+        } else {
+          EXPECT_EQ(std::memcmp(have, want, sizeof(want)), 0) << four[lane];
+        }
       }
     }
   }
