@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <tuple>
+#include <utility>
 
 #include "model/body_row.hpp"
 #include "model/load_time_tables.hpp"
@@ -112,16 +113,15 @@ inline constexpr auto massless = grown("Massless", {0, 0, 0},
     {{-1, none}, {0, about_x}, {1, none, true}, {2, about_xyz}, {0, none, true}});
 // clang-format on
 
-template <template <class> class Of>
-using AllOf = std::tuple<Of<Robot<one_body>>, Of<Robot<two_bodies>>, Of<Robot<planar_arm>>,
-                         Of<Robot<about_z_chain>>, Of<Robot<long_chain>>, Of<Robot<legs>>,
-                         Of<Robot<star>>, Of<Robot<fork>>, Of<Robot<bush>>, Of<Robot<shifted_root>>,
-                         Of<Robot<turned_root>>, Of<Robot<massless>>, Of<Orvek23Robot>>;
+using Robots =
+    std::tuple<Robot<one_body>, Robot<two_bodies>, Robot<planar_arm>, Robot<about_z_chain>,
+               Robot<long_chain>, Robot<legs>, Robot<star>, Robot<fork>, Robot<bush>,
+               Robot<shifted_root>, Robot<turned_root>, Robot<massless>, Orvek23Robot>;
 
-template <class R>
-using FloatModel = Model<R>;
+template <class... R>
+std::tuple<Model<R>...> models_of(const std::tuple<R...>&);
 /// One model a robot, the humanoid last.
-using Models = AllOf<FloatModel>;
+using Models = decltype(models_of(std::declval<Robots>()));
 inline constexpr std::size_t nb_models = std::tuple_size_v<Models>;
 
 }  // namespace metapod::trees
