@@ -25,15 +25,6 @@ unsigned long index_of(const std::string& name, const Names& names, std::size_t 
   throw std::out_of_range(std::string("no ") + kind + " named \"" + name + '"');
 }
 
-/// n values, and room behind them that nobody touches.
-template <class T>
-std::vector<T> apart(std::size_t n) {
-  std::vector<T> values;
-  values.reserve(n + (cache_lines::line + sizeof(T) - 1) / sizeof(T));
-  values.resize(n);
-  return values;
-}
-
 template <class Table>
 std::vector<std::int64_t> widened(const Table& table) {
   return {table.begin(), table.end()};
@@ -46,10 +37,10 @@ float MetapodRigidBodySystem<Model, Dynamics>::mass_ = 0;
 
 template <class Model, class Dynamics>
 MetapodRigidBodySystem<Model, Dynamics>::MetapodRigidBodySystem()
-    : jacobianInRoot_(cache_lines::zero_matrix<Matrix6X>(6, nb_dofs)),
-      generalizedMass_(cache_lines::zero_matrix<MatrixX>(nb_dofs, nb_dofs)),
-      poses_(internal::apart<KT::Math::Transform>(nb_bodies + nb_volatile_frames)),
-      posesInRoot_(internal::apart<KT::Math::Transform>(nb_bodies)) {
+    : jacobianInRoot_(Matrix6X::Zero(6, nb_dofs)),
+      generalizedMass_(MatrixX::Zero(nb_dofs, nb_dofs)),
+      poses_(apart<KT::Math::Transform>(nb_bodies + nb_volatile_frames)),
+      posesInRoot_(apart<KT::Math::Transform>(nb_bodies)) {
   static_assert(alignof(MetapodRigidBodySystem) <= alignof(std::max_align_t));
   // The root's motion subspace: coordinates linear first, motions angular first.
   for (int j = 0; j < 3; ++j) {

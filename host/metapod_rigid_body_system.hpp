@@ -8,7 +8,7 @@
 
 #include <Eigen/Core>
 
-#include "host/cache_lines.hpp"
+#include "host/apart.hpp"
 #include "host/dynamics.hpp"
 #include "host/rigid_body_system.hpp"
 #include "ktmath/ktmath.hpp"
@@ -128,7 +128,7 @@ class MetapodRigidBodySystem final : public RigidBodySystem {
   KT::Math::Position3D comPosition_;              ///< world
   KT::Math::Position3D comPositionInRoot_;
   KT::Math::Transform worldPose_;  ///< the identity
-  cache_lines::Apart apart_;
+  Apart apart_;
 
   /// Total mass of the bodies, shared by all objects like the inertias themselves.
   static float mass_;

@@ -1,3 +1,5 @@
+#include "lanes/pass_table.hpp"
+//
 #include "lanes/begin_avx2.hpp"
 //
 #include "lanes/passes.hpp"
@@ -14,4 +16,4 @@ constinit const Table avx2_passes = []<std::size_t... k>(std::index_sequence<k..
 
 }  // namespace test
 
-#include "lanes/end_avx2.hpp"
+#include "lanes/end_region.hpp"
