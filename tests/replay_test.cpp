@@ -1,3 +1,4 @@
+#include <array>
 #include <cmath>
 #include <filesystem>
 #include <iomanip>
@@ -25,6 +26,12 @@ VectorXd not_given(Eigen::Index coordinates) {
   return VectorXd::Constant(coordinates, std::nan(""));
 }
 
+// At rest at the origin; no rate is given.
+replay::Sample still(double time, Eigen::Index joints) {
+  return {time, Vector3d::Zero(),      Eigen::Matrix3d::Identity(), VectorXd::Zero(joints),
+          {},   not_given(6 + joints), not_given(6 + joints)};
+}
+
 std::vector<replay::State> states_of(const std::vector<replay::Sample>& samples) {
   std::size_t next = 0;
   replay::StateStream stream([&]() -> std::optional<replay::Sample> {
@@ -35,42 +42,64 @@ std::vector<replay::State> states_of(const std::vector<replay::Sample>& samples)
   return states;
 }
 
-// A screw motion of the root and one joint with constant acceleration, at uneven times.
-TEST(Rates, AreCentralDifferencesOverUnevenSteps) {
+// A screw motion of the root and one joint with constant acceleration, at uneven times. Both ends
+// are one-sided: there the slopes of a parabola are exact.
+TEST(Rates, AreDifferencesOverUnevenSteps) {
   const std::vector<double> t = {0, 0.002, 0.003, 0.007, 0.008, 0.012, 0.013};
   const Vector3d u_world(0.3, -0.2, 0.1), w(0.5, -1, 2);
   const Eigen::Matrix3d R0(Eigen::AngleAxisd(2.9, Vector3d(1, 2, 3).normalized()));
   std::vector<replay::Sample> samples;
   for (const double time : t) {
-    const Eigen::Matrix3d R = R0 * Eigen::AngleAxisd(w.norm() * time, w.normalized());
-    samples.push_back({time,
-                       u_world * time,
-                       R,
-                       VectorXd::Constant(1, 2 * time * time),
-                       {},
-                       not_given(7),
-                       not_given(7)});
+    replay::Sample sample = still(time, 1);
+    sample.p_world = u_world * time;
+    sample.R_world = R0 * Eigen::AngleAxisd(w.norm() * time, w.normalized());
+    sample.q(0) = 2 * time * time;
+    samples.push_back(sample);
   }
   const std::vector<replay::State> states = states_of(samples);
   ASSERT_EQ(states.size(), t.size());
 
   const std::size_t last = t.size() - 1;
-  for (const std::size_t end : {std::size_t{0}, last}) {
-    EXPECT_TRUE(states[end].velocity.isZero(0) && states[end].acceleration.isZero(0));
-  }
-  for (std::size_t i = 1; i < last; ++i) {
+  for (std::size_t i = 0; i <= last; ++i) {
     SCOPED_TRACE(i);
     const VectorXd& v = states[i].velocity;
     const VectorXd& a = states[i].acceleration;
     const Vector3d v_root = samples[i].R_world.transpose() * u_world;
     EXPECT_LT((v.head<3>() - v_root).norm(), 1e-12);
     EXPECT_LT((v.segment<3>(3) - w).norm(), 1e-12);
-    EXPECT_NEAR(v(6), 2 * (t[i + 1] + t[i - 1]), 1e-12);
-    const VectorXd change = states[i + 1].velocity - states[i - 1].velocity;
-    EXPECT_LT((a - change / (t[i + 1] - t[i - 1])).norm(), 1e-12);
-    if (i == 1 || i + 1 == last) continue;  // there the neighbour is at rest by definition
     EXPECT_LT((a.head<3>() + w.cross(v_root)).norm(), 0.01);  // of the components, seen from inside
     EXPECT_LT(a.segment<3>(3).norm(), 1e-9);
+    const bool end = i == 0 || i == last;
+    EXPECT_NEAR(v(6), end ? 4 * t[i] : 2 * (t[i + 1] + t[i - 1]), 1e-12);
+    if (i < 2 || i + 2 > last) continue;
+    const VectorXd change = states[i + 1].velocity - states[i - 1].velocity;
+    EXPECT_LT((a - change / (t[i + 1] - t[i - 1])).norm(), 1e-12);
+  }
+}
+
+// A swinging joint, cut out at speed: half the step must leave a quarter of the error, in the first
+// samples and the last as between them.
+TEST(Rates, AreOfSecondOrderAtTheEndsToo) {
+  const auto largest_errors = [](double h, bool ends) {
+    std::vector<replay::Sample> samples;
+    for (int i = 0; i <= 20; ++i) {
+      samples.push_back(still(1 + h * i, 1));
+      samples.back().q(0) = std::sin(samples.back().time);
+    }
+    const std::vector<replay::State> states = states_of(samples);
+    std::pair<double, double> errors;
+    for (const std::size_t i :
+         ends ? std::vector<std::size_t>{0, 1, 19, 20} : std::vector<std::size_t>{2, 10, 18}) {
+      const double t = samples[i].time;
+      errors.first = std::max(errors.first, std::abs(states[i].velocity(6) - std::cos(t)));
+      errors.second = std::max(errors.second, std::abs(states[i].acceleration(6) + std::sin(t)));
+    }
+    return errors;
+  };
+  for (const bool ends : {false, true}) {
+    const auto coarse = largest_errors(0.01, ends), fine = largest_errors(0.005, ends);
+    EXPECT_NEAR(coarse.first / fine.first, 4, 0.3) << ends;
+    EXPECT_NEAR(coarse.second / fine.second, 4, 0.3) << ends;
   }
 }
 
@@ -78,9 +107,7 @@ TEST(Rates, AreCentralDifferencesOverUnevenSteps) {
 TEST(Rates, GivenOnesStandAndVelocitiesAreDifferentiated) {
   std::vector<replay::Sample> samples;
   for (const double time : {0.0, 0.1, 0.3, 0.4}) {
-    replay::Sample sample{
-        time,         Vector3d::Zero(), Eigen::Matrix3d::Identity(), VectorXd::Zero(2), {},
-        not_given(8), not_given(8)};
+    replay::Sample sample = still(time, 2);
     sample.velocity(6) = 1 + 5 * time;
     sample.acceleration(7) = 3;
     samples.push_back(sample);
@@ -88,10 +115,9 @@ TEST(Rates, GivenOnesStandAndVelocitiesAreDifferentiated) {
   const std::vector<replay::State> states = states_of(samples);
   ASSERT_EQ(states.size(), 4U);
   for (std::size_t i = 0; i < 4; ++i) {
-    const bool end = i == 0 || i == 3;
     VectorXd velocity = VectorXd::Zero(8), acceleration = VectorXd::Zero(8);
     velocity(6) = samples[i].velocity(6);
-    acceleration.tail<2>() << (end ? 0 : 5), 3;
+    acceleration.tail<2>() << 5, 3;
     EXPECT_LT((states[i].velocity - velocity).norm(), 1e-12) << i;
     EXPECT_LT((states[i].acceleration - acceleration).norm(), 1e-12) << i;
   }
@@ -224,23 +250,76 @@ TEST_F(Replay, ResultsDoNotDependOnHowTheFileIsWritten) {
   EXPECT_EQ(read("results.csv"), want);
 }
 
-// The first and the last sample are at rest, whatever lies between: each is like a motion of its
-// own.
-TEST_F(Replay, ShortMotionsStartAndEndAtRest) {
-  const auto picked = [](const std::vector<std::size_t>& samples) {
+// The same physics must give the same torques, in the first and the last sample as between them: a
+// stiff robot that glides stands still as seen from itself, one that turns about the vertical, on a
+// circle or on the spot, is the same in every sample.
+TEST_F(Replay, MotionsThatStartAndEndAtSpeed) {
+  const auto moved = [](double rate, auto&& place) {
     Table rows = first_rows(0);
-    for (const std::size_t sample : samples) rows.push_back(walk()[1 + sample]);
+    for (auto& row : rows) row.resize(29);
+    for (int i = 0; i <= 20; ++i) {
+      rows.push_back(walk()[1]);
+      rows.back().resize(29);
+      const double t = i / rate;
+      const auto [x, y, yaw] = std::array<double, 3>(place(t));
+      for (const auto& [name, value] :
+           {std::pair("time", t), std::pair("x", x), std::pair("y", y), std::pair("yaw", yaw)}) {
+        std::ostringstream digits;
+        digits << std::fixed << std::setprecision(9) << value;
+        rows.back()[column(rows, name)] = digits.str();
+      }
+    }
     return text(rows);
   };
-  const auto first = results(picked({0})), second = results(picked({150})),
-             third = results(picked({210}));
-  ASSERT_EQ(first.size(), 2U);
-  EXPECT_EQ(results(picked({0, 150})), (Table{first[0], first[1], second[1]}));
-  const Table three = results(picked({0, 150, 210}));
-  ASSERT_EQ(three.size(), 4U);
-  EXPECT_EQ(three[1], first[1]);
-  EXPECT_NE(three[2], second[1]);
-  EXPECT_EQ(three[3], third[1]);
+  const auto torques = [this](const std::string& motion) {
+    std::vector<VectorXd> all;
+    const Table got = results(motion, "--signals torque");
+    for (std::size_t i = 1; i < got.size(); ++i) {
+      all.emplace_back(got[i].size() - 1);
+      for (std::size_t c = 1; c < got[i].size(); ++c) all.back()(c - 1) = std::stod(got[i][c]);
+    }
+    return all;
+  };
+  using Place = std::array<double, 3>;
+  for (const double rate : {100.0, 200.0, 1000.0}) {
+    const VectorXd standing = torques(moved(rate, [](double) { return Place{}; }))[0];
+    for (const VectorXd& gliding : torques(moved(rate, [](double t) { return Place{t, 0, 0}; }))) {
+      EXPECT_LT((gliding - standing).cwiseAbs().maxCoeff(), 1e-3) << rate;
+    }
+    for (const double radius : {0.0, 0.5}) {
+      const auto turning = torques(moved(rate, [radius](double t) {
+        return Place{radius * std::sin(2 * t), radius * (1 - std::cos(2 * t)), 2 * t};
+      }));
+      for (std::size_t i = 0; i < turning.size(); ++i) {
+        EXPECT_LT((turning[i] - turning[10]).cwiseAbs().maxCoeff(), 1e-3) << rate << " " << i;
+      }
+    }
+  }
+}
+
+// Too short for parabolas: two samples make a straight line, one is at rest.
+TEST(Rates, OfShortMotions) {
+  const auto swung = [](std::initializer_list<double> angles) {
+    std::vector<replay::Sample> samples;
+    for (const double angle : angles) {
+      samples.push_back(still(0.5 * static_cast<double>(samples.size()), 1));
+      samples.back().q(0) = angle;
+    }
+    return states_of(samples);
+  };
+  const auto expect = [](const std::vector<replay::State>& states, const std::vector<double>& dq,
+                         double ddq) {
+    ASSERT_EQ(states.size(), dq.size());
+    for (std::size_t i = 0; i < dq.size(); ++i) {
+      EXPECT_NEAR(states[i].velocity(6), dq[i], 1e-12) << i;
+      EXPECT_NEAR(states[i].acceleration(6), ddq, 1e-12) << i;
+    }
+  };
+  expect(swung({1}), {0}, 0);
+  expect(swung({0, 1}), {2, 2}, 0);
+  expect(swung({0, 1, 4}), {0, 4, 8}, 8);
+  expect(swung({0, 1, 4, 9}), {0, 4, 8, 12}, 8);
+  expect(swung({0, 1, 4, 9, 16}), {0, 4, 8, 12, 16}, 8);
 }
 
 // Each row changes one thing of a good file; the message must lead to it.

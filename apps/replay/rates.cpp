@@ -1,5 +1,6 @@
 #include "apps/replay/rates.hpp"
 
+#include <cstddef>
 #include <utility>
 
 #include <Eigen/Geometry>
@@ -7,54 +8,89 @@
 namespace replay {
 namespace {
 
+using Eigen::VectorXd;
+
 Eigen::Vector3d rotation_vector(const Eigen::Matrix3d& R) {
   const Eigen::AngleAxisd turn(R);
   return turn.angle() * turn.axis();
 }
 
-Eigen::VectorXd central_velocity(const Neighbours<Sample>& samples) {
-  const Sample& a = samples.before();
-  const Sample& b = samples.after();
-  Eigen::VectorXd change(6 + a.q.size());
-  change << samples.at().R_world.transpose() * (b.p_world - a.p_world),
+// From pose a to pose b; the translation in the axes of a third sample.
+VectorXd change(const Sample& a, const Sample& b, const Sample& axes) {
+  VectorXd change(6 + a.q.size());
+  change << axes.R_world.transpose() * (b.p_world - a.p_world),
       rotation_vector(a.R_world.transpose() * b.R_world), b.q - a.q;
-  return change / (b.time - a.time);
+  return change;
 }
 
-Eigen::VectorXd central_acceleration(const Neighbours<MovingSample>& moving) {
-  const MovingSample& a = moving.before();
-  const MovingSample& b = moving.after();
-  return (b.velocity - a.velocity) / (b.sample.time - a.sample.time);
+// Weight of the point at `own` in the slope at t of the parabola through it and two others.
+double slope_weight(double t, double own, double other1, double other2) {
+  return ((t - other1) + (t - other2)) / ((own - other1) * (own - other2));
 }
 
-Eigen::VectorXd at_rest(const Sample& sample) {
-  return Eigen::VectorXd::Zero(6 + sample.q.size());
+// The slope at t of the parabola through three velocities.
+VectorXd slope(double t, const MovingSample& a, const MovingSample& b, const MovingSample& c) {
+  const double ta = a.sample.time, tb = b.sample.time, tc = c.sample.time;
+  return slope_weight(t, ta, tb, tc) * (a.velocity - b.velocity) +
+         slope_weight(t, tc, ta, tb) * (c.velocity - b.velocity);
+}
+
+VectorXd velocity(const Window<Sample>& samples) {
+  const Sample& at = *samples.at(0);
+  const Sample *before = samples.at(-1), *after = samples.at(1);
+  if (before && after) return change(*before, *after, at) / (after->time - before->time);
+  if (!before && !after) return VectorXd::Zero(6 + at.q.size());
+  const Sample& next = before ? *before : *after;
+  const Sample* const last = samples.at(before ? -2 : 2);
+  if (!last) return change(at, next, at) / (next.time - at.time);
+  return slope_weight(at.time, next.time, at.time, last->time) * change(at, next, at) +
+         slope_weight(at.time, last->time, at.time, next.time) * change(at, *last, at);
+}
+
+VectorXd acceleration_from_all(const Window<MovingSample>& moving) {
+  const MovingSample& at = *moving.at(0);
+  const MovingSample *before = moving.at(-1), *after = moving.at(1);
+  if (!before && !after) return VectorXd::Zero(at.velocity.size());
+  const MovingSample* const last = before ? moving.at(-2) : moving.at(2);
+  if ((before && after) || !last) {
+    const MovingSample &a = before ? *before : at, &b = after ? *after : at;
+    return (b.velocity - a.velocity) / (b.sample.time - a.sample.time);
+  }
+  return slope(at.sample.time, at, before ? *before : *after, *last);
 }
 
 // What the file gives stands.
-Eigen::VectorXd completed(const Eigen::VectorXd& given, const Eigen::VectorXd& difference) {
+VectorXd completed(const VectorXd& given, const VectorXd& difference) {
   return given.array().isNaN().select(difference, given);
+}
+
+VectorXd acceleration(const Window<MovingSample>& moving) {
+  const MovingSample& at = *moving.at(0);
+  const VectorXd from_all = acceleration_from_all(moving);
+  if (moving.at(-2) && moving.at(2)) return from_all;
+  const std::ptrdiff_t inwards = moving.at(-2) ? -1 : 1;
+  const std::ptrdiff_t first = moving.at(-inwards) ? 0 : inwards;  // whose velocity is central
+  if (!moving.at(first + 3 * inwards)) return from_all;
+  const VectorXd from_central = slope(at.sample.time, *moving.at(first),
+                                      *moving.at(first + inwards), *moving.at(first + 2 * inwards));
+  return at.sample.velocity.array().isNaN().select(from_central, from_all);
 }
 
 }  // namespace
 
-StateStream::StateStream(Neighbours<Sample>::Source source)
-    : samples_(std::move(source)), moving_([this] { return next_moving(); }) {}
+StateStream::StateStream(Window<Sample>::Source source)
+    : samples_(std::move(source), 2), moving_([this] { return next_moving(); }, 4) {}
 
 std::optional<MovingSample> StateStream::next_moving() {
   if (!samples_.step()) return std::nullopt;
-  const Sample& sample = samples_.at();
-  return MovingSample{
-      sample,
-      completed(sample.velocity, samples_.inner() ? central_velocity(samples_) : at_rest(sample))};
+  const Sample& sample = *samples_.at(0);
+  return MovingSample{sample, completed(sample.velocity, velocity(samples_))};
 }
 
 std::optional<State> StateStream::next() {
   if (!moving_.step()) return std::nullopt;
-  const auto& [sample, velocity] = moving_.at();
-  return State{sample, velocity,
-               completed(sample.acceleration,
-                         moving_.inner() ? central_acceleration(moving_) : at_rest(sample))};
+  const auto& [sample, velocity] = *moving_.at(0);
+  return State{sample, velocity, completed(sample.acceleration, acceleration(moving_))};
 }
 
 }  // namespace replay

@@ -5,7 +5,7 @@
 #include <Eigen/Core>
 
 #include "apps/replay/motion_file.hpp"
-#include "apps/replay/neighbours.hpp"
+#include "apps/replay/window.hpp"
 
 namespace replay {
 
@@ -23,18 +23,26 @@ struct State {
   Eigen::VectorXd acceleration;
 };
 
-/// Adds to a stream of samples the rates that it does not give, by central differences in double:
+/// Adds to a stream of samples the rates that it does not give, by differences in double. Inside
+/// the motion they are central:
 ///
 ///   v(i) = R(i)^T (p(i+1) - p(i-1)) / (t(i+1) - t(i-1))
 ///   w(i) = log(R(i-1)^T R(i+1))     / (t(i+1) - t(i-1))     log: the rotation vector
 ///   dq(i), and the acceleration from the velocities: the same difference, component by component
 ///
+/// At the two ends they are one-sided and of second order, whatever the steps: the slope at the end
+/// of the parabola through three samples (Burden and Faires 2011, section 4.1), positions and
+/// orientations as seen from the sample at the end. Accelerations of the first two and of the last
+/// two samples are slopes of the parabola through the three nearest velocities that are themselves
+/// central: a one-sided velocity errs otherwise than a central one, and a difference across the two
+/// would lose an order. A motion of fewer than five samples has no such three and takes those there
+/// are; two samples make a straight line, one is at rest.
+///
 /// A rate that the sample gives stands instead, and accelerations are differences of the velocities
-/// that stand. At the first and the last sample a difference counts as zero. A state depends on two
-/// samples to either side, so no more than these are kept.
+/// that stand. No more than nine samples are kept at a time.
 class StateStream {
  public:
-  explicit StateStream(Neighbours<Sample>::Source source);
+  explicit StateStream(Window<Sample>::Source source);
   StateStream(const StateStream&) = delete;
   StateStream& operator=(const StateStream&) = delete;
 
@@ -44,8 +52,8 @@ class StateStream {
  private:
   std::optional<MovingSample> next_moving();
 
-  Neighbours<Sample> samples_;
-  Neighbours<MovingSample> moving_;
+  Window<Sample> samples_;
+  Window<MovingSample> moving_;
 };
 
 }  // namespace replay
