@@ -20,13 +20,16 @@ endfunction()
 # source are no headers.
 function(orvek23_check_headers)
   add_custom_target(orvek23_header_check ALL)
-  set(public batch/batch.hpp ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp)
+  file(GLOB motion CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
+       "${PROJECT_SOURCE_DIR}/motion/*.hpp")
+  set(public batch/batch.hpp ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp ${motion})
   file(GLOB inner CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
        "${PROJECT_SOURCE_DIR}/spatial/*.hpp" "${PROJECT_SOURCE_DIR}/model/*.hpp"
        "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/lanes/*.hpp"
        "${PROJECT_SOURCE_DIR}/batch/*.hpp" "${PROJECT_SOURCE_DIR}/host/*.hpp"
        "${PROJECT_SOURCE_DIR}/apps/*/*.hpp" "${PROJECT_SOURCE_DIR}/apps/*/*/*.hpp")
-  list(REMOVE_ITEM inner ${public} lanes/begin_avx2.hpp lanes/end_avx2.hpp)
+  list(REMOVE_ITEM inner ${public} lanes/begin_avx2.hpp lanes/begin_avx512.hpp
+       lanes/end_region.hpp)
   orvek23_check_headers_as(17 LINK orvek23::host HEADERS ${public})
   orvek23_check_headers_as(20 LINK orvek23::core orvek23::host HEADERS ${inner})
 endfunction()

@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include "apps/replay/driver.hpp"
-#include "apps/replay/motion_file.hpp"
 #include "apps/replay/progress.hpp"
+#include "motion/motion_file.hpp"
 #include "tests/replay_fixture.hpp"
 
 namespace {
@@ -33,8 +33,9 @@ TEST_F(Replay, SignalsAreWhatAHostSees) {
                             "partial-com:HeadYaw --bodies RKneePitch");
   const tavo::Plugin plugin(PLUGIN_PATH);
   const tavo::Plugin::System system = plugin.create();
-  replay::MotionFile motion((folder_ / "motion.csv").string(), replay::names_of(*system));
-  replay::StateStream states([&motion] { return motion.next(); });
+  tavo::motion::MotionFile motion((folder_ / "motion.csv").string(),
+                                  tavo::motion::names_of(*system));
+  tavo::motion::StateStream states([&motion] { return motion.next(); });
   replay::Driver driver(*system, motion.wrench_bodies(), {});
   for (int i = 0; i < 60; ++i) driver.run(*states.next());
   system->computeGeneralizedMass();
@@ -51,7 +52,7 @@ TEST_F(Replay, SignalsAreWhatAHostSees) {
   EXPECT_EQ(numbers(got, 60, "RKneePitch.x", 3),
             (std::vector<float>{pose.m[3], pose.m[7], pose.m[11]}));
 
-  const std::vector<std::string> coordinates = replay::names_of(*system).coordinates();
+  const std::vector<std::string> coordinates = tavo::motion::names_of(*system).coordinates();
   const std::vector<std::string> motion_rows = {"wx", "wy", "wz", "vx", "vy", "vz"};
   const auto entry = [&got](const std::string& name) {
     return std::stof(got[60][column(got, name)]);
@@ -150,8 +151,32 @@ TEST_F(Replay, HelpFitsAScreen) {
   std::istringstream help(read("out"));
   std::size_t lines = 0;
   for (std::string line; std::getline(help, line); ++lines) EXPECT_LE(line.size(), 80U) << line;
-  EXPECT_LE(lines, 24U);
-  EXPECT_EQ(read("out").find("Examples:\n"), 0U);
+  EXPECT_LE(lines, 30U);
+  EXPECT_EQ(read("out").find("Runs a motion"), 0U) << "what it does comes first";
+  EXPECT_NE(read("out").find("\n\nExamples:\n"), std::string::npos);
+  EXPECT_EQ(read("out").find("-o walk.csv"), std::string::npos) << "would replace a motion";
+}
+
+// A file that is replaced stays readable to whom it was.
+TEST_F(Replay, ReplacedFilesKeepTheirMode) {
+  write("motion.csv", text(first_rows(3)));
+  for (const auto mode : {fs::perms{0600}, fs::perms{0664}}) {
+    write("results.csv", "older results");
+    fs::permissions(folder_ / "results.csv", mode);
+    fs::create_symlink("results.csv", folder_ / "link.csv");
+    EXPECT_EQ(run("motion.csv -o link.csv"), 0) << read("err");
+    EXPECT_EQ(fs::status(folder_ / "results.csv").permissions(), mode);
+    EXPECT_TRUE(fs::is_symlink(folder_ / "link.csv"));
+    EXPECT_EQ(table(read("results.csv")).size(), 4U);
+    fs::remove(folder_ / "link.csv");
+  }
+}
+
+TEST_F(Replay, ListsMayHaveBlanks) {
+  write("motion.csv", text(first_rows(3)));
+  EXPECT_EQ(run("motion.csv -o a.csv --signals 'torque, pose ,com' --bodies ' Torso, HeadYaw'"), 0);
+  EXPECT_EQ(run("motion.csv -o b.csv --signals torque,pose,com --bodies Torso,HeadYaw"), 0);
+  EXPECT_EQ(read("a.csv"), read("b.csv"));
 }
 
 }  // namespace

@@ -14,8 +14,8 @@
 #include <Eigen/Geometry>
 #include <gtest/gtest.h>
 
-#include "apps/replay/motion_file.hpp"
-#include "apps/replay/rates.hpp"
+#include "motion/motion_file.hpp"
+#include "motion/rates.hpp"
 #include "tests/replay_fixture.hpp"
 
 namespace {
@@ -27,17 +27,23 @@ VectorXd not_given(Eigen::Index coordinates) {
 }
 
 // At rest at the origin; no rate is given.
-replay::Sample still(double time, Eigen::Index joints) {
-  return {time, Vector3d::Zero(),      Eigen::Matrix3d::Identity(), VectorXd::Zero(joints),
-          {},   not_given(6 + joints), not_given(6 + joints)};
+tavo::motion::Sample still(double time, Eigen::Index joints) {
+  return {0,
+          time,
+          Vector3d::Zero(),
+          Eigen::Matrix3d::Identity(),
+          VectorXd::Zero(joints),
+          {},
+          not_given(6 + joints),
+          not_given(6 + joints)};
 }
 
-std::vector<replay::State> states_of(const std::vector<replay::Sample>& samples) {
+std::vector<tavo::motion::State> states_of(const std::vector<tavo::motion::Sample>& samples) {
   std::size_t next = 0;
-  replay::StateStream stream([&]() -> std::optional<replay::Sample> {
+  tavo::motion::StateStream stream([&]() -> std::optional<tavo::motion::Sample> {
     return next < samples.size() ? std::optional(samples[next++]) : std::nullopt;
   });
-  std::vector<replay::State> states;
+  std::vector<tavo::motion::State> states;
   while (auto state = stream.next()) states.push_back(*state);
   return states;
 }
@@ -48,15 +54,15 @@ TEST(Rates, AreDifferencesOverUnevenSteps) {
   const std::vector<double> t = {0, 0.002, 0.003, 0.007, 0.008, 0.012, 0.013};
   const Vector3d u_world(0.3, -0.2, 0.1), w(0.5, -1, 2);
   const Eigen::Matrix3d R0(Eigen::AngleAxisd(2.9, Vector3d(1, 2, 3).normalized()));
-  std::vector<replay::Sample> samples;
+  std::vector<tavo::motion::Sample> samples;
   for (const double time : t) {
-    replay::Sample sample = still(time, 1);
+    tavo::motion::Sample sample = still(time, 1);
     sample.p_world = u_world * time;
     sample.R_world = R0 * Eigen::AngleAxisd(w.norm() * time, w.normalized());
     sample.q(0) = 2 * time * time;
     samples.push_back(sample);
   }
-  const std::vector<replay::State> states = states_of(samples);
+  const std::vector<tavo::motion::State> states = states_of(samples);
   ASSERT_EQ(states.size(), t.size());
 
   const std::size_t last = t.size() - 1;
@@ -81,12 +87,12 @@ TEST(Rates, AreDifferencesOverUnevenSteps) {
 // samples and the last as between them.
 TEST(Rates, AreOfSecondOrderAtTheEndsToo) {
   const auto largest_errors = [](double h, bool ends) {
-    std::vector<replay::Sample> samples;
+    std::vector<tavo::motion::Sample> samples;
     for (int i = 0; i <= 20; ++i) {
       samples.push_back(still(1 + h * i, 1));
       samples.back().q(0) = std::sin(samples.back().time);
     }
-    const std::vector<replay::State> states = states_of(samples);
+    const std::vector<tavo::motion::State> states = states_of(samples);
     std::pair<double, double> errors;
     for (const std::size_t i :
          ends ? std::vector<std::size_t>{0, 1, 19, 20} : std::vector<std::size_t>{2, 10, 18}) {
@@ -105,14 +111,14 @@ TEST(Rates, AreOfSecondOrderAtTheEndsToo) {
 
 // Two joints at rest by their angles: one is said to move, the other to accelerate.
 TEST(Rates, GivenOnesStandAndVelocitiesAreDifferentiated) {
-  std::vector<replay::Sample> samples;
+  std::vector<tavo::motion::Sample> samples;
   for (const double time : {0.0, 0.1, 0.3, 0.4}) {
-    replay::Sample sample = still(time, 2);
+    tavo::motion::Sample sample = still(time, 2);
     sample.velocity(6) = 1 + 5 * time;
     sample.acceleration(7) = 3;
     samples.push_back(sample);
   }
-  const std::vector<replay::State> states = states_of(samples);
+  const std::vector<tavo::motion::State> states = states_of(samples);
   ASSERT_EQ(states.size(), 4U);
   for (std::size_t i = 0; i < 4; ++i) {
     VectorXd velocity = VectorXd::Zero(8), acceleration = VectorXd::Zero(8);
@@ -129,7 +135,7 @@ TEST_F(Replay, ColumnsReachTheirPlace) {
         "B.nz,yaw,j,x,B.fx,pitch,B.fy,y,B.fz,roll,B.nx,z,B.ny,time,dd.j,"
         "d.wz,d.wy,d.wx,d.vz,d.vy,d.vx\n"
         "6,0.3,7,10,1,0.2,2,20,3,0.1,4,30,5,-1,8,6,5,4,3,2,1\n");
-  replay::MotionFile motion((folder_ / "motion.csv").string(), {{"j"}, {"A", "B", "C"}});
+  tavo::motion::MotionFile motion((folder_ / "motion.csv").string(), {{"j"}, {"A", "B", "C"}});
   EXPECT_EQ(motion.wrench_bodies(), std::vector<unsigned long>{1});
   const auto sample = motion.next();
   ASSERT_TRUE(sample);
@@ -155,7 +161,7 @@ TEST_F(Replay, QuaternionTurnsTheRootIntoTheWorld) {
   want << -0.28, -0.96, 0, 0.96, -0.28, 0, 0, 0, 1;
   for (const std::string row : {"0,0.8,0.6,0", "0,0.8008,0.6006,0", "0,-0.8,-0.6,0"}) {
     write("motion.csv", "time,qx,qz,qw,qy,x,y,z,j\n0," + row + ",0,0,0,0\n");
-    replay::MotionFile motion((folder_ / "motion.csv").string(), {{"j"}, {"A"}});
+    tavo::motion::MotionFile motion((folder_ / "motion.csv").string(), {{"j"}, {"A"}});
     EXPECT_LT((motion.next()->R_world - want).norm(), 1e-12) << row;
   }
 }
@@ -165,12 +171,12 @@ TEST_F(Replay, QuaternionTurnsTheRootIntoTheWorld) {
 TEST_F(Replay, GivenRatesActAsFormedOnes) {
   constexpr std::size_t at = 150;
   const Table whole = results(text(first_rows(2 * at)), "--signals torque");
-  const replay::RobotNames names{{walk()[0].begin() + 7, walk()[0].begin() + 29},
-                                 {"LAnkleRoll", "RAnkleRoll"}};
-  replay::MotionFile motion((folder_ / "motion.csv").string(), names);
-  replay::StateStream stream([&motion] { return motion.next(); });
+  const tavo::motion::RobotNames names{{walk()[0].begin() + 7, walk()[0].begin() + 29},
+                                       {"LAnkleRoll", "RAnkleRoll"}};
+  tavo::motion::MotionFile motion((folder_ / "motion.csv").string(), names);
+  tavo::motion::StateStream stream([&motion] { return motion.next(); });
   for (std::size_t i = 0; i < at; ++i) stream.next();
-  const replay::State state = *stream.next();
+  const tavo::motion::State state = *stream.next();
 
   Table single = {walk()[0], walk()[1 + at]};
   const std::vector<std::string> coordinates = names.coordinates();
@@ -300,15 +306,15 @@ TEST_F(Replay, MotionsThatStartAndEndAtSpeed) {
 // Too short for parabolas: two samples make a straight line, one is at rest.
 TEST(Rates, OfShortMotions) {
   const auto swung = [](std::initializer_list<double> angles) {
-    std::vector<replay::Sample> samples;
+    std::vector<tavo::motion::Sample> samples;
     for (const double angle : angles) {
       samples.push_back(still(0.5 * static_cast<double>(samples.size()), 1));
       samples.back().q(0) = angle;
     }
     return states_of(samples);
   };
-  const auto expect = [](const std::vector<replay::State>& states, const std::vector<double>& dq,
-                         double ddq) {
+  const auto expect = [](const std::vector<tavo::motion::State>& states,
+                         const std::vector<double>& dq, double ddq) {
     ASSERT_EQ(states.size(), dq.size());
     for (std::size_t i = 0; i < dq.size(); ++i) {
       EXPECT_NEAR(states[i].velocity(6), dq[i], 1e-12) << i;
@@ -355,7 +361,9 @@ TEST_F(Replay, BadInputIsNamedAndLeavesNoResults) {
   const std::map<std::string, std::string> cases = {
       {changed(1, 17, "LKneePich"),
        "line 1, column 17: unknown column \"LKneePich\", did you mean \"LKneePitch\"?"},
-      {changed(1, 1, "Zeitpunkt"), "line 1, column 1: unknown column \"Zeitpunkt\""},
+      {changed(1, 1, "Zeitpunkt"),
+       "line 1, column 1: unknown column \"Zeitpunkt\"; --ignore-unknown passes over further "
+       "columns"},
       {changed(1, 9, "HeadYaw"), "line 1, column 9: \"HeadYaw\" is column 8 already"},
       {changed(1, 17, "d.LKneePich"),
        "line 1, column 17: unknown column \"d.LKneePich\", did you mean \"d.LKneePitch\"?"},
@@ -371,8 +379,9 @@ TEST_F(Replay, BadInputIsNamedAndLeavesNoResults) {
       {quaternion("qx,qw,qz", "0,1,0"),
        "line 1: column \"qy\" is missing: a quaternion has all four columns"},
       {quaternion("", ""),
-       "line 1: column \"roll\" is missing (the root's orientation is roll, pitch, yaw or qw, qx, "
-       "qy, qz)"},
+       "line 1: columns \"roll\", \"pitch\" and \"yaw\" are missing (the root's orientation is "
+       "roll, "
+       "pitch, yaw or qw, qx, qy, qz)"},
       {quaternion("qx,qw,qz,qy", "0,0,0,0"),
        "line 2, column 6 (qw): the quaternion qw, qx, qy, qz has length 0, not 1 to within 0.001"},
       {quaternion("qx,qw,qz,qy", "0,1.002,0,0"),
@@ -407,6 +416,7 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
   write("results.csv", "older results");
   write("bad.csv", good + "x");
   fs::create_directory(folder_ / "results");
+  fs::create_symlink("loop", folder_ / "loop");
   const std::map<std::string, std::string> cases = {
       {"bad.csv -o results.csv", "bad.csv, line 6, column 1 (time): \"x\" is not a number"},
       {"absent.csv", "absent.csv: cannot be read: No such file or directory"},
@@ -415,6 +425,7 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
       {"motion.csv -o /dev/full", "/dev/full: cannot be written: No space left on device"},
       {"motion.csv -o results", "results: cannot be written: Is a directory"},
       {"motion.csv -o absent/r.csv", "absent/r.csv: cannot be written: No such file or directory"},
+      {"motion.csv -o loop", "loop: cannot be written: Too many levels of symbolic links"},
       {"motion.csv --signals com", "--signals requires --output"},
       {"motion.csv -o results.csv --signals com,torques",
        "--signals: unknown signal \"torques\", did you mean \"torque\"?"},
@@ -435,14 +446,21 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
       {"- -o results.csv <bad.csv",
        "standard input, line 6, column 1 (time): \"x\" is not a number"},
       {"- -o bad.csv <bad.csv", "bad.csv: the results would replace the motion"},
-      {"motion.csv --colour", "The following argument was not expected: --colour"}};
+      {"--help >/dev/full", "standard output: cannot be written"},
+      {"motion.csv --colour", "unknown option \"--colour\""},
+      {"motion.csv --sginals=com", "unknown option \"--sginals\", did you mean \"--signals\"?"},
+      {"motion.csv bad.csv", "one argument too many: \"bad.csv\""},
+      {"motion.csv -o", "--output needs a FILE"},
+      {"motion.csv -o a -o b", "--output is given more than once"},
+      {"motion.csv -o ''", "--output: the file's name is empty"},
+      {"motion.csv --separator x", "--separator: \"x\" is none of ',', ';', tab"}};
   for (const auto& [arguments, fault] : cases) {
     EXPECT_EQ(run(arguments), 1) << arguments;
     EXPECT_EQ(read("err"), "orvek23-replay: " + fault + "\n");
   }
   EXPECT_EQ(read("motion.csv"), good);
   EXPECT_EQ(read("results.csv"), "older results");
-  EXPECT_EQ(files().size(), 6U);
+  EXPECT_EQ(files().size(), 7U);
 
   EXPECT_EQ(run("motion.csv", "motion.csv"), 1);
   EXPECT_EQ(read("err").find("orvek23-replay: cannot open plug-in"), 0U) << read("err");

@@ -3,12 +3,15 @@
 #include <filesystem>
 #include <functional>
 
-#include <CLI/App.hpp>
+#include <CLI/CLI.hpp>
 
 namespace apps {
 
 /// Adds what every program takes: --plugin, --help and --version.
 void add_common_options(CLI::App& app);
+
+/// Refuses a file's name that is empty, as an unset variable of a script leaves it.
+CLI::Validator file_name();
 
 /// The plug-in to load: that of --plugin, else the one that comes along. An absolute path, so that
 /// a bare file name is never searched for in the library folders.

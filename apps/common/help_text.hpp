@@ -7,13 +7,13 @@
 
 namespace apps {
 
-/// What --help prints: one screen that starts with examples. The manual page is made of it, so its
-/// headings are those that manual pages have.
+/// What --help prints: one screen that says what the program does and starts with examples. The
+/// manual page is made of it, so its headings are those that manual pages have.
 class HelpText : public CLI::Formatter {
  public:
-  /// Lines of text, indented by two.
-  HelpText(std::string examples, std::string files)
-      : examples_(std::move(examples)), files_(std::move(files)) {
+  /// `purpose`: a sentence or two; the rest: lines of text, indented by two.
+  HelpText(std::string purpose, std::string examples, std::string files)
+      : purpose_(std::move(purpose)), examples_(std::move(examples)), files_(std::move(files)) {
     column_width(20);
   }
 
@@ -24,11 +24,12 @@ class HelpText : public CLI::Formatter {
       if (positional) usage += " [" + option->get_name(true) + "]";
       options += make_option(option, positional);
     }
-    return "Examples:\n" + examples_ + "\nUsage: " + usage + "\n\nOptions:\n" + options +
-           "\nFiles:\n" + files_;
+    return purpose_ + "\nExamples:\n" + examples_ + "\nUsage: " + usage + "\n\nOptions:\n" +
+           options + "\nFiles:\n" + files_;
   }
 
  private:
+  std::string purpose_;
   std::string examples_;
   std::string files_;
 };

@@ -4,22 +4,24 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
-#include "apps/common/standard_streams.hpp"
+#include "motion/standard_streams.hpp"
 
 namespace apps {
 namespace fs = std::filesystem;
 
 OutputFile::OutputFile(const fs::path& path) : path_(path) {
-  const fs::file_status status = fs::status(path_);
-  if (is_standard_stream(path_)) {
+  struct stat old = {};
+  if (tavo::motion::is_standard_stream(path_)) {
     const int own = ::dup(STDOUT_FILENO);  // closing it tells whether all was written
     if (own >= 0) file_.reset(::fdopen(own, "w"));
-  } else if (!fs::exists(status)) {
-    open_beside();
+  } else if (::stat(path_.c_str(), &old) != 0) {
+    if (errno == ENOENT) open_beside();
   } else if (::access(path_.c_str(), W_OK) == 0) {
-    fs::is_regular_file(status) ? open_beside() : open_directly();
+    S_ISREG(old.st_mode) ? open_in_place_of(old) : open_directly();
   }
   if (!file_) fail();
 }
@@ -29,9 +31,21 @@ void OutputFile::open_directly() {
 }
 
 void OutputFile::open_beside() {
-  if (fs::exists(path_)) path_ = fs::canonical(path_);  // a link stays, its target is replaced
   temporary_.emplace(path_.string() + ".tmp" + std::to_string(::getpid()));
   file_.reset(std::fopen(temporary_->path().c_str(), "wx"));
+}
+
+// Who may read the older file, and whose it is, stays, as far as we may say so.
+void OutputFile::open_in_place_of(const struct stat& old) {
+  std::error_code unknown;
+  const fs::path target = fs::canonical(path_, unknown);
+  if (!unknown) path_ = target;  // a link stays, its target is replaced
+  open_beside();
+  if (!file_) return;
+  const int descriptor = ::fileno(file_.get());
+  const bool same_owner = ::fchown(descriptor, old.st_uid, old.st_gid) == 0;
+  const mode_t set_id = S_ISUID | S_ISGID;
+  ::fchmod(descriptor, old.st_mode & (same_owner ? 07777U : 07777U & ~set_id));
 }
 
 void OutputFile::write(std::string_view text) {
@@ -44,7 +58,8 @@ void OutputFile::commit() {
 }
 
 void OutputFile::fail() const {
-  throw std::runtime_error(output_name(path_) + ": cannot be written: " + std::strerror(errno));
+  throw std::runtime_error(tavo::motion::output_name(path_) +
+                           ": cannot be written: " + std::strerror(errno));
 }
 
 }  // namespace apps

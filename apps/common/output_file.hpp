@@ -5,13 +5,15 @@
 #include <memory>
 #include <optional>
 #include <string_view>
+#include <sys/stat.h>
 
 #include "apps/common/temporary_file.hpp"
 
 namespace apps {
 
 /// A file that appears under its name only when it is complete: it is written beside that name and
-/// renamed by commit(). Without commit() nothing is left and an older file stays as it was. A
+/// renamed by commit(). Without commit() nothing is left and an older file stays as it was; with
+/// it the new one has the older one's mode and owner. A
 /// device, a pipe and the standard output, "-", are written directly. Every member throws
 /// std::runtime_error if writing fails.
 class OutputFile {
@@ -24,6 +26,7 @@ class OutputFile {
  private:
   void open_directly();
   void open_beside();
+  void open_in_place_of(const struct stat& old);
   [[noreturn]] void fail() const;
 
   std::filesystem::path path_;

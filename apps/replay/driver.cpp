@@ -3,9 +3,10 @@
 #include <utility>
 
 namespace replay {
+namespace motion = tavo::motion;
 namespace {
 
-KT::Math::Transform pose(const Sample& sample) {
+KT::Math::Transform pose(const motion::Sample& sample) {
   KT::Math::Transform t;
   for (int row = 0; row < 3; ++row) {
     for (int column = 0; column < 3; ++column) {
@@ -38,15 +39,15 @@ Driver::Driver(tavo::RigidBodySystem& system, std::vector<unsigned long> wrench_
       root_acceleration_(0, 0, 0, 0, 0, 0),
       wrenches_(wrench_bodies_.size()) {}
 
-void Driver::run(const State& state) {
+void Driver::run(const motion::State& state) {
   narrow(state);
   const auto start = std::chrono::steady_clock::now();
   call_plugin();
   time_in_plugin_ += std::chrono::steady_clock::now() - start;
 }
 
-void Driver::narrow(const State& state) {
-  const Sample& sample = state.sample;
+void Driver::narrow(const motion::State& state) {
+  const motion::Sample& sample = state.sample;
   const Eigen::Index joints = sample.q.size();
   root_pose_ = pose(sample);
   root_velocity_ = root_rate(state.velocity);

@@ -5,9 +5,10 @@
 #include <host/rigid_body_system.hpp>
 #include <vector>
 
-#include "apps/replay/rates.hpp"
+#include "motion/rates.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 
 /// Takes states through the plug-in, one after another, as a control loop would, and keeps time.
 class Driver {
@@ -20,13 +21,13 @@ class Driver {
          std::vector<Computation> more);
 
   /// Hands the state over and computes: then the system's getters show this state's results.
-  void run(const State& state);
+  void run(const motion::State& state);
 
   /// Time spent in the plug-in, in all calls of run().
   std::chrono::duration<double> time_in_plugin() const { return time_in_plugin_; }
 
  private:
-  void narrow(const State& state);
+  void narrow(const motion::State& state);
   void call_plugin();
 
   tavo::RigidBodySystem& system_;

@@ -1,4 +1,5 @@
 #include <iostream>
+#include <map>
 #include <memory>
 #include <string>
 #include <unistd.h>
@@ -8,27 +9,55 @@
 #include "apps/common/command_line.hpp"
 #include "apps/common/help_text.hpp"
 #include "apps/common/program_paths.hpp"
-#include "apps/common/standard_streams.hpp"
 #include "apps/replay/replay.hpp"
+#include "motion/messages.hpp"
+#include "motion/standard_streams.hpp"
 
 namespace {
 
+constexpr char purpose[] =
+    "Runs a motion through the robot's kinematics and inverse dynamics, sample by\n"
+    "sample, and prints what it amounts to: path, foot clearance, joint torques.\n";
 constexpr char examples[] =
-    "  orvek23-replay -o walk.csv --plot walk.svg             results and picture\n"
+    "  orvek23-replay -o results.csv --plot picture.svg       of the shipped walk\n"
     "  orvek23-replay run.csv -o H.csv --signals mass-matrix  chosen signals\n"
     "  zcat run.csv.gz | orvek23-replay - -o - | head -3      through pipes\n";
 constexpr char files[] =
     "  share/doc/orvek23/apps/replay/README.md (beside bin/)  columns, units, errors\n";
 
+// Names that are hard to type on a command line have a second one.
+const std::map<std::string, char> separators = {{",", ','},     {";", ';'},         {"\t", '\t'},
+                                                {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}};
+
+void declare_reading(CLI::App& app, tavo::motion::MotionOptions& reading) {
+  const auto set = [&reading](const std::string& name) {
+    const auto found = separators.find(name);
+    if (found == separators.end()) {
+      throw CLI::ValidationError("--separator",
+                                 tavo::motion::quoted(name) + " is none of ',', ';', tab");
+    }
+    reading.separator = found->second;
+  };
+  app.add_option_function<std::string>(
+         "--separator", set,
+         "What is between the motion's fields: ',', ';' or tab; else\n"
+         "its header tells")
+      ->option_text("C");
+  app.add_flag("--ignore-unknown", reading.ignore_unknown, "Pass over columns that no motion has");
+}
+
 void declare(CLI::App& app, replay::Options& options) {
   app.add_option("MOTION", options.motion,
                  "Motion, a CSV file; - for standard input; default: the\n"
                  "walk that comes along")
-      ->option_text(" ");
+      ->option_text(" ")
+      ->check(apps::file_name());
+  declare_reading(app, options.reading);
   CLI::Option* const output =
       app.add_option("-o,--output", options.results,
                      "Results of all samples, a CSV file; - for standard output")
-          ->option_text("FILE");
+          ->option_text("FILE")
+          ->check(apps::file_name());
   app.add_option("--signals", options.selection.signals,
                  "What results hold; default: " + options.selection.signals + "; there are\n" +
                      replay::signal_names)
@@ -39,13 +68,15 @@ void declare(CLI::App& app, replay::Options& options) {
       ->option_text("LIST")
       ->needs(output);
   app.add_option("--plot", options.plot, "Picture of the motion, .svg or .png, drawn by gnuplot")
-      ->option_text("FILE");
+      ->option_text("FILE")
+      ->check(apps::file_name());
   apps::add_common_options(app);
 }
 
 // Lines are shown where somebody sees them and nothing else is written.
 std::ostream* progress_terminal(const replay::Options& options) {
-  const bool taken = apps::is_standard_stream(options.results) && ::isatty(STDOUT_FILENO) != 0;
+  const bool taken =
+      tavo::motion::is_standard_stream(options.results) && ::isatty(STDOUT_FILENO) != 0;
   return ::isatty(STDERR_FILENO) != 0 && !taken ? &std::cerr : nullptr;
 }
 
@@ -55,12 +86,15 @@ int main(int argc, char** argv) {
   std::ios::sync_with_stdio(false);  // else the standard input is read letter by letter
   replay::Options options;
   CLI::App app("", "orvek23-replay");
-  app.formatter(std::make_shared<apps::HelpText>(examples, files));
+  app.formatter(std::make_shared<apps::HelpText>(purpose, examples, files));
   declare(app, options);
   return apps::run_program(app, argc, argv, [&app, &options] {
     options.plugin = apps::plugin_path(app);
     if (app.count("MOTION") == 0) options.motion = apps::default_motion();
-    const bool taken = apps::is_standard_stream(options.results);
-    replay::run(options, taken ? std::cerr : std::cout, progress_terminal(options));
+    const bool taken = tavo::motion::is_standard_stream(options.results);
+    const auto warn = [&app](const std::string& warning) {
+      std::cerr << app.get_name() << ": warning: " << warning << "\n";
+    };
+    replay::run(options, taken ? std::cerr : std::cout, progress_terminal(options), warn);
   });
 }

@@ -9,16 +9,19 @@
 #include <utility>
 #include <vector>
 
-#include "apps/common/standard_streams.hpp"
+#include "apps/replay/degrees.hpp"
 #include "apps/replay/driver.hpp"
-#include "apps/replay/motion_file.hpp"
 #include "apps/replay/plot/plot.hpp"
 #include "apps/replay/progress.hpp"
-#include "apps/replay/rates.hpp"
 #include "apps/replay/results_file.hpp"
 #include "apps/replay/summary.hpp"
+#include "motion/messages.hpp"
+#include "motion/motion_file.hpp"
+#include "motion/rates.hpp"
+#include "motion/standard_streams.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 namespace {
 
 std::vector<Driver::Computation> computations(const std::vector<Signal>& signals) {
@@ -32,7 +35,7 @@ std::vector<Driver::Computation> computations(const std::vector<Signal>& signals
 void require_another_file(const Options& options) {
   std::error_code absent;
   const std::filesystem::path motion =
-      apps::is_standard_stream(options.motion) ? "/dev/stdin" : options.motion;
+      motion::is_standard_stream(options.motion) ? "/dev/stdin" : options.motion;
   if (std::filesystem::equivalent(motion, options.results, absent)) {
     throw std::runtime_error(options.results.string() + ": the results would replace the motion");
   }
@@ -42,7 +45,7 @@ void require_another_file(const Options& options) {
 void require_own_name(const std::filesystem::path& plot, const Options& options) {
   std::error_code absent;
   const auto resolved = [&absent](const auto& path) {
-    return std::filesystem::weakly_canonical(std::filesystem::absolute(path), absent);
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(path, absent), absent);
   };
   for (const auto& [path, what] :
        {std::pair(options.motion, "motion"), {options.results, "results"}}) {
@@ -52,45 +55,78 @@ void require_own_name(const std::filesystem::path& plot, const Options& options)
   }
 }
 
+motion::MotionFile opened(const Options& options, const motion::RobotNames& names) {
+  try {
+    return {options.motion.string(), names, options.reading};
+  } catch (const motion::UnknownColumn& fault) {
+    throw std::runtime_error(std::string(fault.what()) +
+                             "; --ignore-unknown passes over further columns");
+  }
+}
+
+std::string joined(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + motion::quoted(name);
+  return text;
+}
+
 }  // namespace
 
-void run(const Options& options, std::ostream& summary_out, std::ostream* terminal) {
+void run(const Options& options, std::ostream& summary_out, std::ostream* terminal,
+         const std::function<void(const std::string&)>& warn) {
   const tavo::Plugin plugin(options.plugin.string());
   const tavo::Plugin::System system = plugin.create();
+  system->computeFwdKinematics();  // of the pose that a system is created in
+  const motion::RobotNames names = motion::names_of(*system);
   const std::vector<Signal> signals = selected_signals(options.selection, *system);
-  MotionFile motion(options.motion.string(), names_of(*system));
-  StateStream states([&motion] { return motion.next(); });
+  motion::MotionFile motion = opened(options, names);
+  motion::StateStream states([&motion] { return motion.next(); });
   std::optional<ResultsFile> results;
   if (!options.results.empty()) {
     require_another_file(options);
     results.emplace(options.results, signals);
   }
+  Driver driver(*system, motion.wrench_bodies(), computations(signals));
+  Summary summary(*system, motion.wrench_bodies());
   std::optional<Plot> plot;
   if (!options.plot.empty()) {
     require_own_name(options.plot, options);
     plot.emplace(options.plot, *system, motion.wrench_bodies());
   }
-  Driver driver(*system, motion.wrench_bodies(), computations(signals));
-  Summary summary(*system);
+  DegreesGuess degrees;
+  std::string not_finite;
   std::optional<Progress> progress(std::in_place, terminal);
-  while (const std::optional<State> state = states.next()) {
+  while (const std::optional<motion::State> state = states.next()) {
     driver.run(*state);
-    summary.add(state->sample, *system);
-    if (results) results->add(state->sample.time, *system);
+    std::optional<std::string> fault = summary.add(*state, *system);
+    if (results) {
+      if (auto place = results->add(state->sample.time, *system)) fault = place;
+    }
     if (plot) plot->add(state->sample, *system);
+    if (fault && not_finite.empty()) {
+      not_finite = "line " + std::to_string(state->sample.line) +
+                   ": its results are not finite, first " + *fault;
+    }
+    degrees.add(state->sample);
     progress->show(summary.samples(), motion.share_read());
   }
   progress.reset();
   if (results) results->commit();
 
-  summary_out << "motion          " << apps::input_name(options.motion) << "\n";
+  const std::string name = motion::input_name(options.motion);
+  if (!not_finite.empty()) warn(name + ", " + not_finite);
+  if (const auto hint = degrees.hint(names.joints)) warn(name + ": " + *hint);
+  summary_out << "motion          " << name << "\n";
+  if (!motion.ignored().empty()) {
+    summary_out << "ignored columns " << joined(motion.ignored()) << "\n";
+  }
   summary.print(summary_out);
   const double microseconds = 1e6 * driver.time_in_plugin().count();
   summary_out << "plug-in         " << std::fixed << std::setprecision(2)
               << microseconds / static_cast<double>(summary.samples()) << " us a sample\n";
-  if (results) summary_out << "results         " << apps::output_name(options.results) << "\n";
+  if (results) summary_out << "results         " << motion::output_name(options.results) << "\n";
   if (plot) {
-    plot->commit(apps::input_name(options.motion.filename()));
+    plot->commit(motion::input_name(options.motion.filename()));
     summary_out << "picture         " << options.plot.string() << "\n";
   }
 }

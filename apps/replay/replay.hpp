@@ -1,14 +1,18 @@
 #pragma once
 
 #include <filesystem>
+#include <functional>
 #include <ostream>
+#include <string>
 
 #include "apps/replay/selection.hpp"
+#include "motion/motion_file.hpp"
 
 namespace replay {
 
 struct Options {
-  std::filesystem::path motion;   // "-": standard input
+  std::filesystem::path motion;  // "-": standard input
+  tavo::motion::MotionOptions reading;
   std::filesystem::path plugin;   // not a bare file name, which would be searched for
   std::filesystem::path results;  // empty: none are written; "-": standard output
   Selection selection;            // what the results hold
@@ -16,8 +20,10 @@ struct Options {
 };
 
 /// Runs the motion through the plug-in, writes the results, prints the summary and draws the
-/// picture. `terminal`, if any, shows meanwhile how far it is. Throws a std::exception whose one
-/// line says what is wrong; then no results are left, but if the last, the drawing, fails.
-void run(const Options& options, std::ostream& summary, std::ostream* terminal);
+/// picture. `terminal`, if any, shows meanwhile how far it is; `warn` gets what the user should
+/// know of a run that went well, a line each. Throws a std::exception whose one line says what is
+/// wrong; then no results are left, but if the last, the drawing, fails.
+void run(const Options& options, std::ostream& summary, std::ostream* terminal,
+         const std::function<void(const std::string&)>& warn);
 
 }  // namespace replay

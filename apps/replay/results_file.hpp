@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstddef>
 #include <filesystem>
 #include <host/rigid_body_system.hpp>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,15 +18,19 @@ class ResultsFile {
  public:
   ResultsFile(const std::filesystem::path& path, std::vector<Signal> signals);
 
-  /// Adds a line with what the system's getters show. `time`: s.
-  void add(double time, const tavo::RigidBodySystem& system);
+  /// Adds a line with what the system's getters show. `time`: s. If it holds a number that is not
+  /// finite, the place of the first is returned: file, line, column.
+  std::optional<std::string> add(double time, const tavo::RigidBodySystem& system);
 
   /// Makes the file appear under its name. Without it nothing is left.
   void commit() { file_.commit(); }
 
  private:
+  std::filesystem::path path_;
   apps::OutputFile file_;
   std::vector<Signal> signals_;
+  std::vector<std::string> columns_;
+  std::size_t rows_ = 0;
   std::vector<float> row_;
   std::string line_;
 };

@@ -3,13 +3,16 @@
 #include <algorithm>
 #include <iterator>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
-#include "apps/replay/messages.hpp"
-#include "apps/replay/nearest_name.hpp"
-#include "apps/replay/robot_names.hpp"
+#include "motion/csv_fields.hpp"
+#include "motion/messages.hpp"
+#include "motion/nearest_name.hpp"
+#include "motion/robot_names.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 namespace {
 
 using Names = std::vector<std::string>;
@@ -18,14 +21,14 @@ std::runtime_error fault(const std::string& option, const std::string& what) {
   return std::runtime_error(option + ": " + what);
 }
 
-// The names in a list with commas between them, each one there once.
+// The names in a list with commas and perhaps blanks between them, each one there once.
 Names split(const std::string& option, const std::string& list) {
   Names names;
   for (std::size_t begin = 0; begin <= list.size();) {
     const std::size_t end = std::min(list.find(',', begin), list.size());
-    names.push_back(list.substr(begin, end - begin));
+    names.emplace_back(motion::trimmed(std::string_view(list).substr(begin, end - begin)));
     if (std::count(names.begin(), names.end(), names.back()) > 1) {
-      throw fault(option, quoted(names.back()) + " is named twice");
+      throw fault(option, motion::quoted(names.back()) + " is named twice");
     }
     begin = end + 1;
   }
@@ -33,11 +36,11 @@ Names split(const std::string& option, const std::string& list) {
 }
 
 Names selected_bodies(const std::string& list, const Names& known) {
-  if (list == "all") return known;
+  if (motion::trimmed(list) == "all") return known;
   Names bodies = split("--bodies", list);
   for (const std::string& body : bodies) {
     if (std::find(known.begin(), known.end(), body) == known.end()) {
-      throw fault("--bodies", unknown_name("body", body, known));
+      throw fault("--bodies", motion::unknown_name("body", body, known));
     }
   }
   return bodies;
@@ -54,7 +57,7 @@ Catalogue catalogue(const Names& bodies, const tavo::RigidBodySystem& system) {
                    {"torque", {torque_signal(system)}},
                    {"jacobian", {jacobian_signal(system)}},
                    {"mass-matrix", {mass_matrix_signal(system)}}};
-  for (const std::string& body : names_of(system).bodies) {
+  for (const std::string& body : motion::names_of(system).bodies) {
     if (body == system.getRootName()) continue;
     all.push_back({"partial-com:" + body, {partial_com_signal(system, body)}});
   }
@@ -64,13 +67,13 @@ Catalogue catalogue(const Names& bodies, const tavo::RigidBodySystem& system) {
 std::runtime_error unknown_signal(const std::string& name, const Catalogue& known,
                                   const tavo::RigidBodySystem& system) {
   if (name == "partial-com:" + system.getRootName()) {
-    return fault("--signals", quoted(name) + ": the root cannot be left out");
+    return fault("--signals", motion::quoted(name) + ": the root cannot be left out");
   }
   Names names;
   for (const auto& entry : known) names.push_back(entry.first);
-  const std::string what = unknown_name("signal", name, names);
+  const std::string what = motion::unknown_name("signal", name, names);
   return fault("--signals",
-               nearest_name(name, names) ? what : what + "; there are " + signal_names);
+               motion::nearest_name(name, names) ? what : what + "; there are " + signal_names);
 }
 
 }  // namespace
@@ -78,7 +81,7 @@ std::runtime_error unknown_signal(const std::string& name, const Catalogue& know
 std::vector<Signal> selected_signals(const Selection& selection,
                                      const tavo::RigidBodySystem& system) {
   const Names bodies =
-      selected_bodies(selection.bodies.value_or(default_bodies), names_of(system).bodies);
+      selected_bodies(selection.bodies.value_or(default_bodies), motion::names_of(system).bodies);
   const Catalogue known = catalogue(bodies, system);
   const Names names = split("--signals", selection.signals);
   std::vector<Signal> signals;

@@ -6,9 +6,10 @@
 #include <Eigen/Eigenvalues>
 #include <Eigen/Geometry>
 
-#include "apps/replay/robot_names.hpp"
+#include "motion/robot_names.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 namespace {
 
 // q and -q are the same orientation: takes the one nearer to the last.
@@ -80,7 +81,7 @@ Signal pose_signal(const tavo::RigidBodySystem& system, const std::string& body)
 
 Signal torque_signal(const tavo::RigidBodySystem& system) {
   Signal signal;
-  for (const std::string& joint : names_of(system).joints) {
+  for (const std::string& joint : motion::names_of(system).joints) {
     signal.columns.push_back("torque." + joint);
   }
   signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
@@ -92,8 +93,8 @@ Signal torque_signal(const tavo::RigidBodySystem& system) {
 
 Signal jacobian_signal(const tavo::RigidBodySystem& system) {
   Signal signal;
-  signal.columns =
-      matrix_columns("J", {"wx", "wy", "wz", "vx", "vy", "vz"}, names_of(system).coordinates());
+  signal.columns = matrix_columns("J", {"wx", "wy", "wz", "vx", "vy", "vz"},
+                                  motion::names_of(system).coordinates());
   signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
     append_rows(computed.getJacobianInRoot(), row);
   };
@@ -101,7 +102,7 @@ Signal jacobian_signal(const tavo::RigidBodySystem& system) {
 }
 
 Signal mass_matrix_signal(const tavo::RigidBodySystem& system) {
-  const std::vector<std::string> coordinates = names_of(system).coordinates();
+  const std::vector<std::string> coordinates = motion::names_of(system).coordinates();
   Signal signal;
   signal.columns = matrix_columns("H", coordinates, coordinates);
   signal.columns.push_back("H.joint_condition");

@@ -5,59 +5,117 @@
 #include <iomanip>
 #include <sstream>
 
-#include "apps/replay/foot.hpp"
-#include "apps/replay/robot_names.hpp"
+#include "motion/robot_names.hpp"
 
 namespace replay {
 namespace {
 
 std::string fixed(double value, int decimals) {
-  std::ostringstream text;
-  text << std::fixed << std::setprecision(decimals) << value;
-  return text.str();
+  std::ostringstream out;
+  out << std::fixed << std::setprecision(decimals) << value;
+  std::string text = out.str();
+  const bool zero = text.find_first_of("123456789") == std::string::npos;
+  if (zero && text[0] == '-') text.erase(0, 1);
+  return text;
 }
 
 std::string range(double from, double to) {
   return fixed(from, 3) + " to " + fixed(to, 3);
 }
 
+// What is small is rounding: its size matters, not its digits.
+std::string magnitude(double value) {
+  if (value == 0 || value >= 0.005) return fixed(value, 2);
+  std::ostringstream out;
+  out << std::scientific << std::setprecision(0) << value;
+  return out.str();
+}
+
 }  // namespace
+
+int decimals_of_time(double step) {
+  if (!(step > 0)) return 2;
+  return std::clamp(static_cast<int>(std::ceil(-std::log10(step) - 1e-6)), 2, 9);
+}
 
 void Summary::Peak::add(double candidate, double at) {
   if (candidate > value) *this = {candidate, at};
 }
 
-Summary::Summary(const tavo::RigidBodySystem& system)
-    : feet_{Foot{foot_bodies[0], system.getBodyId(foot_bodies[0]), {}},
-            Foot{foot_bodies[1], system.getBodyId(foot_bodies[1]), {}}} {
-  for (const std::string& joint : names_of(system).joints) joints_.push_back({joint, {}});
+void Summary::Magnitude::add(double value) {
+  largest = std::max(largest, value);
+  sum += value;
 }
 
-void Summary::add(const Sample& sample, const tavo::RigidBodySystem& system) {
+Summary::Summary(const tavo::RigidBodySystem& system,
+                 const std::vector<unsigned long>& wrench_bodies)
+    : residual_(system, wrench_bodies) {
+  for (std::size_t i = 0; i < feet_.size(); ++i) {
+    feet_[i] = {motion::foot_bodies[i], system.getBodyId(motion::foot_bodies[i]), {}};
+  }
+  for (const std::string& joint : motion::names_of(system).joints) joints_.push_back({joint, {}});
+  for (const unsigned long body : wrench_bodies) {
+    wrench_bodies_.push_back(system.getBodyName(body));
+  }
+}
+
+std::optional<std::string> Summary::add(const motion::State& state,
+                                        const tavo::RigidBodySystem& system) {
+  const motion::Sample& sample = state.sample;
+  if (samples_++ == 0) first_time_ = sample.time;
+  last_time_ = sample.time;
+  const RootResidual::Wrench residual = residual_.of(state, system);
+  if (const auto fault = first_not_finite(system, residual)) {
+    ++left_out_;
+    return fault;
+  }
   add_root(sample);
   const KT::Math::Position3D& com = system.getComPosition();
   com_range_.extend(Eigen::Vector3d(com.x, com.y, com.z));
   for (Foot& foot : feet_) {
-    foot.clearance.add(sole_point(system.getPose(foot.body)).z, sample.time);
+    foot.clearance.add(motion::sole_point(system.getPose(foot.body)).z, sample.time);
   }
   const float* torque = system.getJointAnglesTorque().first;
   for (Joint& joint : joints_) joint.torque.add(std::abs(*torque++), sample.time);
+  residual_force_.add(residual.force.norm());
+  residual_moment_.add(residual.moment.norm());
+  return std::nullopt;
 }
 
-void Summary::add_root(const Sample& sample) {
-  const Eigen::Vector2d root = sample.p_world.head<2>();
-  if (samples_++ == 0) {
-    first_time_ = sample.time;
-    first_root_ = last_root_ = root;
+std::optional<std::string> Summary::first_not_finite(const tavo::RigidBodySystem& system,
+                                                     const RootResidual::Wrench& residual) const {
+  const auto finite = [](const KT::Math::Position3D& point) {
+    return std::isfinite(point.x) && std::isfinite(point.y) && std::isfinite(point.z);
+  };
+  if (!finite(system.getComPosition())) return "com";
+  for (const Foot& foot : feet_) {
+    if (!finite(motion::sole_point(system.getPose(foot.body)))) return foot.name;
   }
+  const float* torque = system.getJointAnglesTorque().first;
+  for (const Joint& joint : joints_) {
+    if (!std::isfinite(*torque++)) return "torque." + joint.name;
+  }
+  if (!residual.force.allFinite() || !residual.moment.allFinite()) return "the root's residual";
+  return std::nullopt;
+}
+
+void Summary::add_root(const motion::Sample& sample) {
+  const Eigen::Vector2d root = sample.p_world.head<2>();
+  if (!first_root_) first_root_ = last_root_ = root;
   root_path_ += (root - last_root_).norm();
   last_root_ = root;
-  last_time_ = sample.time;
 }
 
 void Summary::print(std::ostream& out) const {
-  out << "samples         " << samples_ << " over " << fixed(last_time_ - first_time_, 2) << " s\n"
-      << "root            " << fixed((last_root_ - first_root_).norm(), 3)
+  const double duration = last_time_ - first_time_;
+  out << "samples         " << samples_ << " over "
+      << fixed(duration, decimals_of_time(duration / static_cast<double>(samples_ - 1))) << " s";
+  if (left_out_ > 0) {
+    out << "; " << left_out_ << " of them left out below: their results are not finite";
+  }
+  out << "\n";
+  if (left_out_ == samples_) return;
+  out << "root            " << fixed((last_root_ - *first_root_).norm(), 3)
       << " m from start to end, " << fixed(root_path_, 3) << " m along its path (horizontal)\n";
   const Eigen::Vector3d low = com_range_.min(), high = com_range_.max();
   out << "centre of mass  x " << range(low.x(), high.x()) << ", y " << range(low.y(), high.y())
@@ -66,8 +124,14 @@ void Summary::print(std::ostream& out) const {
       feet_.begin(), feet_.end(),
       [](const Foot& a, const Foot& b) { return a.clearance.value < b.clearance.value; });
   out << "foot clearance  " << fixed(highest.clearance.value, 3) << " m at most, " << highest.name
-      << " at " << fixed(highest.clearance.time, 2) << " s\n";
+      << at(highest.clearance.time) << "\n";
   print_torques(out);
+  print_wrenches(out);
+}
+
+std::string Summary::at(double time) const {
+  const double step = (last_time_ - first_time_) / static_cast<double>(samples_ - 1);
+  return " at " + fixed(time, decimals_of_time(step)) + " s";
 }
 
 void Summary::print_torques(std::ostream& out) const {
@@ -75,12 +139,25 @@ void Summary::print_torques(std::ostream& out) const {
   std::stable_sort(ranking.begin(), ranking.end(),
                    [](const Joint& a, const Joint& b) { return a.torque.value > b.torque.value; });
   out << "largest torque  " << fixed(ranking[0].torque.value, 2) << " N m, " << ranking[0].name
-      << " at " << fixed(ranking[0].torque.time, 2) << " s\n"
+      << at(ranking[0].torque.time) << "\n"
       << "                then ";
   for (std::size_t i = 1; i < 6; ++i) {
     out << (i > 1 ? ", " : "") << ranking[i].name << " " << fixed(ranking[i].torque.value, 2);
   }
   out << "\n";
+}
+
+void Summary::print_wrenches(std::ostream& out) const {
+  out << "external wrenches: ";
+  for (const std::string& body : wrench_bodies_) {
+    out << (&body == &wrench_bodies_.front() ? "" : ", ") << body;
+  }
+  if (wrench_bodies_.empty()) out << "none: the robot hangs from its root";
+  const double summed = static_cast<double>(samples_ - left_out_);
+  out << "; root residual at most " << magnitude(residual_force_.largest) << " N, "
+      << magnitude(residual_moment_.largest) << " N m; mean "
+      << magnitude(residual_force_.sum / summed) << " N, "
+      << magnitude(residual_moment_.sum / summed) << " N m\n";
 }
 
 }  // namespace replay

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <host/rigid_body_system.hpp>
 #include <limits>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -11,26 +12,37 @@
 #include <Eigen/Core>
 #include <Eigen/Geometry>
 
-#include "apps/replay/motion_file.hpp"
+#include "apps/replay/root_residual.hpp"
+#include "motion/rates.hpp"
+#include "motion/soles.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
+
+/// Decimals of a time (s) that tell samples apart which are `step` apart in the mean; two at least.
+int decimals_of_time(double step);
 
 /// What a motion amounts to, gathered sample by sample.
 class Summary {
  public:
-  explicit Summary(const tavo::RigidBodySystem& system);
+  /// Of a system whose kinematics are computed; the motion brings wrenches on `wrench_bodies`.
+  Summary(const tavo::RigidBodySystem& system, const std::vector<unsigned long>& wrench_bodies);
 
-  /// Takes in a sample and the results that the system's getters show for it.
-  void add(const Sample& sample, const tavo::RigidBodySystem& system);
+  /// Takes in a state and the results that the system's getters show for it. A state with results
+  /// that are not finite is left out, and the first such result named.
+  std::optional<std::string> add(const motion::State& state, const tavo::RigidBodySystem& system);
 
+  /// Those that are left out, too.
   std::size_t samples() const { return samples_; }
 
   /// Writes one line a subject:
+  /// - samples: all, and how many are left out of what follows;
   /// - root: horizontal distance from the first to the last position, and along the path;
   /// - centre of mass: its range on each world axis;
   /// - foot clearance: the largest height above the ground, z = 0, of the point of a sole below the
   ///   ankle, which is fixed to the foot;
-  /// - joint torques: the largest magnitude, then the joints that come next, each at its largest.
+  /// - joint torques: the largest magnitude, then the joints that come next, each at its largest;
+  /// - external wrenches: the bodies that have them, and what is left for the root.
   void print(std::ostream& out) const;
 
  private:
@@ -49,17 +61,29 @@ class Summary {
     std::string name;
     Peak torque;
   };
+  struct Magnitude {
+    double largest = 0, sum = 0;
+    void add(double value);
+  };
 
-  void add_root(const Sample& sample);
+  std::optional<std::string> first_not_finite(const tavo::RigidBodySystem& system,
+                                              const RootResidual::Wrench& residual) const;
+  void add_root(const motion::Sample& sample);
+  std::string at(double time) const;
   void print_torques(std::ostream& out) const;
+  void print_wrenches(std::ostream& out) const;
 
-  std::size_t samples_ = 0;
+  std::size_t samples_ = 0, left_out_ = 0;
   double first_time_ = 0, last_time_ = 0;
-  Eigen::Vector2d first_root_, last_root_;
+  std::optional<Eigen::Vector2d> first_root_;
+  Eigen::Vector2d last_root_;
   double root_path_ = 0;
   Eigen::AlignedBox3d com_range_;
-  std::array<Foot, 2> feet_;
+  std::array<Foot, motion::foot_bodies.size()> feet_;
   std::vector<Joint> joints_;
+  std::vector<std::string> wrench_bodies_;
+  RootResidual residual_;
+  Magnitude residual_force_, residual_moment_;
 };
 
 }  // namespace replay

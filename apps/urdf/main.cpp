@@ -11,6 +11,7 @@
 
 namespace {
 
+constexpr char purpose[] = "Prints the robot as URDF, for viewers, planners and simulators.\n";
 constexpr char examples[] =
     "  orvek23-urdf -o orvek23.urdf                a file for other tools\n"
     "  orvek23-urdf | grep '<mass'                 through a pipe\n"
@@ -23,9 +24,10 @@ constexpr char files[] =
 int main(int argc, char** argv) {
   std::filesystem::path output = "-";
   CLI::App app("", "orvek23-urdf");
-  app.formatter(std::make_shared<apps::HelpText>(examples, files));
+  app.formatter(std::make_shared<apps::HelpText>(purpose, examples, files));
   app.add_option("-o,--output", output, "Where the URDF goes; -, the default, for standard output")
-      ->option_text("FILE");
+      ->option_text("FILE")
+      ->check(apps::file_name());
   apps::add_common_options(app);
   return apps::run_program(app, argc, argv, [&app, &output] {
     const tavo::Plugin plugin(apps::plugin_path(app).string());

@@ -8,20 +8,22 @@
 
 #include <Eigen/Core>
 
-#include "apps/replay/foot.hpp"
-#include "apps/replay/motion_file.hpp"
 #include "apps/replay/plot/footholds.hpp"
 #include "apps/replay/plot/skeleton.hpp"
 #include "apps/replay/plot/thinned.hpp"
+#include "motion/motion_file.hpp"
+#include "motion/soles.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 
 /// The robot at one time; of several merged, at the first of their times.
 struct Posture {
-  double time;                                            // s
-  Eigen::Vector3d com;                                    // m, world
-  std::array<Eigen::Vector3d, foot_bodies.size()> soles;  // the points below the ankles, m, world
-  std::vector<Eigen::Vector3d> points;                    // of the skeleton, m, world
+  double time;          // s
+  Eigen::Vector3d com;  // m, world
+  std::array<Eigen::Vector3d, motion::foot_bodies.size()>
+      soles;                            // the points below the ankles, m, world
+  std::vector<Eigen::Vector3d> points;  // of the skeleton, m, world
   void merge(const Posture&) {}
 };
 
@@ -47,7 +49,7 @@ class MotionTrace {
 
   /// Takes in a sample and the results that the system's getters show for it. Results that are not
   /// finite are left out.
-  void add(const Sample& sample, const tavo::RigidBodySystem& system);
+  void add(const motion::Sample& sample, const tavo::RigidBodySystem& system);
 
   std::size_t samples() const { return samples_; }
   double first_time() const { return first_time_; }
@@ -68,13 +70,13 @@ class MotionTrace {
     Footholds footholds;
   };
 
-  bool stands(const Foot& foot, const Sample& sample, const Eigen::Vector3d& sole) const;
-  void add_posture(const Sample& sample, const tavo::RigidBodySystem& system);
+  bool stands(const Foot& foot, const motion::Sample& sample, const Eigen::Vector3d& sole) const;
+  void add_posture(const motion::Sample& sample, const tavo::RigidBodySystem& system);
   void add_torques(double time, const tavo::RigidBodySystem& system);
 
   Skeleton skeleton_;
   double weight_;  // N
-  std::array<Foot, foot_bodies.size()> feet_;
+  std::array<Foot, motion::foot_bodies.size()> feet_;
   std::size_t samples_ = 0;
   double first_time_ = 0, last_time_ = 0;
   Thinned<Posture> postures_{600};

@@ -1,20 +1,23 @@
 #include "apps/replay/plot/plot.hpp"
 
 #include <algorithm>
+#include <cctype>
 #include <sstream>
 #include <stdexcept>
 
-#include "apps/replay/messages.hpp"
 #include "apps/replay/plot/gnuplot.hpp"
 #include "apps/replay/plot/space_panels.hpp"
 #include "apps/replay/plot/torque_panels.hpp"
+#include "motion/messages.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 namespace {
 
 // Also makes sure, before a long run, that gnuplot is there and can write the format.
 PictureFormat usable_format(const std::filesystem::path& path) {
-  const std::string extension = path.extension().string();
+  std::string extension = path.extension().string();
+  for (char& c : extension) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   if (extension != ".svg" && extension != ".png") {
     throw std::runtime_error(path.string() + ": a picture's name ends in .svg or .png");
   }
@@ -25,7 +28,7 @@ PictureFormat usable_format(const std::filesystem::path& path) {
 
 // A file may have any bytes in its name, a picture only characters.
 std::string readable(const std::string& name) {
-  std::string text = replay::quoted(name);
+  std::string text = motion::quoted(name);
   try {
     std::filesystem::path(text).u32string();
   } catch (const std::filesystem::filesystem_error&) {  // not UTF-8

@@ -6,11 +6,12 @@
 #include <vector>
 
 #include "apps/common/output_file.hpp"
-#include "apps/replay/motion_file.hpp"
 #include "apps/replay/plot/motion_trace.hpp"
 #include "apps/replay/plot/sheet.hpp"
+#include "motion/motion_file.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 
 /// The picture of a motion, drawn by gnuplot. Every member throws std::runtime_error if there can
 /// be no picture; what can be known beforehand, the constructor finds out.
@@ -21,7 +22,7 @@ class Plot {
        const std::vector<unsigned long>& wrench_bodies);
 
   /// Takes in a sample and the results that the system's getters show for it.
-  void add(const Sample& sample, const tavo::RigidBodySystem& system) {
+  void add(const motion::Sample& sample, const tavo::RigidBodySystem& system) {
     trace_.add(sample, system);
   }
 

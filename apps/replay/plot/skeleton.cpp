@@ -3,9 +3,10 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "apps/replay/foot.hpp"
+#include "motion/soles.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 namespace {
 
 using Eigen::Vector3d;
@@ -15,7 +16,8 @@ Side side_of(const std::string& name) {
 }
 
 bool is_foot(const std::string& body) {
-  return std::find(foot_bodies.begin(), foot_bodies.end(), body) != foot_bodies.end();
+  return std::find(motion::foot_bodies.begin(), motion::foot_bodies.end(), body) !=
+         motion::foot_bodies.end();
 }
 
 Vector3d origin(const KT::Math::Transform& pose) {
@@ -83,8 +85,8 @@ std::vector<Vector3d> Skeleton::points(const tavo::RigidBodySystem& system) cons
     const Vector3d com = as_vector(system.getComPosition(end.body));
     switch (end.kind) {
       case EndKind::sole:
-        points.push_back(as_vector(sole_point(pose, drawn_heel)));
-        points.push_back(as_vector(sole_point(pose, drawn_toe)));
+        points.push_back(as_vector(motion::sole_point(pose, drawn_heel)));
+        points.push_back(as_vector(motion::sole_point(pose, drawn_toe)));
         break;
       case EndKind::rod:
         points.push_back(2 * com - origin(pose));

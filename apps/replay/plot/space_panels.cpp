@@ -13,6 +13,7 @@
 #include "apps/replay/plot/figures.hpp"
 
 namespace replay {
+namespace motion = tavo::motion;
 namespace {
 
 using Eigen::AlignedBox2d, Eigen::Vector2d, Eigen::Vector3d;
@@ -87,7 +88,7 @@ void SpacePanels::find_bounds() {
       above_.extend(from_above(sole));
     }
   }
-  for (std::size_t foot = 0; foot < foot_bodies.size(); ++foot) {
+  for (std::size_t foot = 0; foot < motion::foot_bodies.size(); ++foot) {
     for (const Foothold& foothold : trace_.footholds(foot)) {
       for (const Vector2d& corner : outline(foothold)) above_.extend(corner);
     }

@@ -1,11 +1,11 @@
-#include "apps/replay/messages.hpp"
+#include "motion/messages.hpp"
 
 #include <cstddef>
 #include <optional>
 
-#include "apps/replay/nearest_name.hpp"
+#include "motion/nearest_name.hpp"
 
-namespace replay {
+namespace tavo::motion {
 
 std::string quoted(std::string_view text) {
   constexpr std::size_t longest = 40;
@@ -24,4 +24,4 @@ std::string unknown_name(const std::string& kind, const std::string& wrong,
          (meant ? ", did you mean " + quoted(*meant) + "?" : "");
 }
 
-}  // namespace replay
+}  // namespace tavo::motion

@@ -1,4 +1,4 @@
-#include "apps/replay/motion_file.hpp"
+#include "motion/motion_file.hpp"
 
 #include <cmath>
 #include <cstddef>
@@ -7,7 +7,7 @@
 
 #include <Eigen/Geometry>
 
-namespace replay {
+namespace tavo::motion {
 namespace {
 
 Eigen::Matrix3d rotation(const Eigen::Vector3d& roll_pitch_yaw) {
@@ -20,8 +20,9 @@ Eigen::Matrix3d rotation(const Eigen::Vector3d& roll_pitch_yaw) {
 
 }  // namespace
 
-MotionFile::MotionFile(const std::string& path, const RobotNames& names)
-    : csv_(path), columns_(find_columns(csv_, names)) {}
+MotionFile::MotionFile(const std::string& path, const RobotNames& names,
+                       const MotionOptions& options)
+    : csv_(path, options.separator), columns_(find_columns(csv_, names, options.ignore_unknown)) {}
 
 std::vector<unsigned long> MotionFile::wrench_bodies() const {
   std::vector<unsigned long> bodies;
@@ -34,13 +35,10 @@ std::optional<Sample> MotionFile::next() {
     if (!last_time_) throw csv_.error("no sample follows the header");
     return std::nullopt;
   }
-  return Sample{checked_time(),
-                values(columns_.position),
-                orientation(),
-                values(columns_.joints),
-                wrenches(),
-                given(columns_.velocity),
-                given(columns_.acceleration)};
+  return Sample{csv_.line_number(),        checked_time(),
+                values(columns_.position), orientation(),
+                values(columns_.joints),   wrenches(),
+                given(columns_.velocity),  given(columns_.acceleration)};
 }
 
 double MotionFile::checked_time() {
@@ -97,4 +95,4 @@ Eigen::VectorXd MotionFile::wrenches() const {
   return result;
 }
 
-}  // namespace replay
+}  // namespace tavo::motion

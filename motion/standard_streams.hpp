@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <string>
 
-namespace apps {
+namespace tavo::motion {
 
 /// In place of a file's name, "-" is the standard input or output.
 inline bool is_standard_stream(const std::filesystem::path& path) {
@@ -18,4 +18,4 @@ inline std::string output_name(const std::filesystem::path& path) {
   return is_standard_stream(path) ? "standard output" : path.string();
 }
 
-}  // namespace apps
+}  // namespace tavo::motion

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace replay {
+namespace tavo::motion {
 
 /// What the robot calls its parts: joints in joint-angle order, bodies in body order.
 struct RobotNames {
@@ -19,4 +19,4 @@ struct RobotNames {
 /// The names that the plug-in uses.
 RobotNames names_of(const tavo::RigidBodySystem& system);
 
-}  // namespace replay
+}  // namespace tavo::motion

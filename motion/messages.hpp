@@ -4,7 +4,7 @@
 #include <string_view>
 #include <vector>
 
-namespace replay {
+namespace tavo::motion {
 
 /// `text` in double quotes, fit for one line of a terminal: no control characters, not too long.
 std::string quoted(std::string_view text);
@@ -13,4 +13,4 @@ std::string quoted(std::string_view text);
 std::string unknown_name(const std::string& kind, const std::string& wrong,
                          const std::vector<std::string>& names);
 
-}  // namespace replay
+}  // namespace tavo::motion

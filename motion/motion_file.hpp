@@ -1,18 +1,20 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include <Eigen/Core>
 
-#include "apps/replay/csv_reader.hpp"
-#include "apps/replay/motion_columns.hpp"
+#include "motion/csv_reader.hpp"
+#include "motion/motion_columns.hpp"
 
-namespace replay {
+namespace tavo::motion {
 
 /// One row of a motion.
 struct Sample {
+  std::size_t line;          // of the file, from 1
   double time;               // s
   Eigen::Vector3d p_world;   // origin of the root, m
   Eigen::Matrix3d R_world;   // axes of the root
@@ -24,15 +26,24 @@ struct Sample {
   Eigen::VectorXd acceleration;  // m/s2, rad/s2
 };
 
+/// How a motion file is to be read where it may be read in several ways.
+struct MotionOptions {
+  std::optional<char> separator;  // of the fields: ',', ';' or '\t'; else the header tells
+  bool ignore_unknown = false;    // columns that no motion has are passed over, not refused
+};
+
 /// A motion as a CSV file: time, the root's pose, all joint angles, any rates, any body's external
 /// wrench.
 class MotionFile {
  public:
   /// Opens the file, "-" for standard input, and finds its columns. Throws InputError.
-  MotionFile(const std::string& path, const RobotNames& names);
+  MotionFile(const std::string& path, const RobotNames& names, const MotionOptions& options = {});
 
   /// The bodies that have wrench columns, in body order.
   std::vector<unsigned long> wrench_bodies() const;
+
+  /// Names of the columns that are passed over, in the file's order.
+  const std::vector<std::string>& ignored() const { return columns_.ignored; }
 
   /// The next sample; nothing at the end. Throws InputError if the row is not usable, if time does
   /// not increase, or if there is no sample at all.
@@ -54,4 +65,4 @@ class MotionFile {
   std::optional<double> last_time_;
 };
 
-}  // namespace replay
+}  // namespace tavo::motion

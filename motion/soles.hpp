@@ -3,7 +3,7 @@
 #include <array>
 #include <ktmath/ktmath.hpp>
 
-namespace replay {
+namespace tavo::motion {
 
 /// The bodies that are feet. One that stands flat has its x axis up, y to the right, z ahead.
 inline constexpr std::array<const char*, 2> foot_bodies = {"LAnkleRoll", "RAnkleRoll"};
@@ -13,4 +13,4 @@ inline constexpr std::array<const char*, 2> foot_bodies = {"LAnkleRoll", "RAnkle
 KT::Math::Position3D sole_point(const KT::Math::Transform& foot_pose_world, float ahead = 0,
                                 float left = 0);
 
-}  // namespace replay
+}  // namespace tavo::motion

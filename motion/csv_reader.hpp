@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace replay {
+namespace tavo::motion {
 
 /// A fault in an input file. The message is one line that names file, line and column.
 class InputError : public std::runtime_error {
@@ -18,21 +18,30 @@ class InputError : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-/// A comma-separated table of numbers below one header line, read row by row: memory does not grow
-/// with the file. Lines may end in LF or CRLF, fields may have blanks around them, blank lines and
-/// a leading byte-order mark are passed over.
+/// A table of numbers below one header line, read row by row: memory does not grow with the file.
+///
+/// Fields stand between commas, semicolons or tabs; which, the header tells. They may be in double
+/// quotes (a quote inside is doubled) and have blanks around them. Lines end in LF or CRLF. Blank
+/// lines, lines that begin with # and a leading byte-order mark are passed over.
 class CsvReader {
  public:
-  /// Opens `path`, "-" for standard input, and reads the header. Throws InputError if there is
-  /// none.
-  explicit CsvReader(const std::string& path);
+  /// Opens `path`, "-" for standard input, and reads the header. `separator`: ',', ';' or '\t', if
+  /// the header is not to be asked. Throws InputError if the file cannot be read, if there is no
+  /// header, or if another separator stands in it.
+  explicit CsvReader(const std::string& path, std::optional<char> separator = std::nullopt);
 
   /// Names of the columns as they stand.
   const std::vector<std::string>& header() const { return header_; }
 
+  /// From now on this column, counted from 0, may hold anything: next() gives 0 for it.
+  void pass_over(std::size_t column) { passed_over_[column] = true; }
+
   /// Reads the next row into `row`, one number a column, each finite as a float too. False at the
   /// end of the file. Throws InputError.
   bool next(std::vector<double>& row);
+
+  /// The number of the line read last, from 1.
+  std::size_t line_number() const { return line_number_; }
 
   /// Share of the file that is read, 0 to 1, if its size is known.
   std::optional<double> share_read() const;
@@ -42,6 +51,7 @@ class CsvReader {
   InputError error(std::size_t column, const std::string& fault) const;
 
  private:
+  void read_header(std::optional<char> separator);
   bool read_line();
   double number(std::string_view field, std::size_t column) const;
 
@@ -51,8 +61,10 @@ class CsvReader {
   std::optional<std::uintmax_t> size_;
   std::uintmax_t read_ = 0;
   std::string line_;
-  std::size_t line_number_ = 0;
+  std::size_t line_number_ = 0, header_line_ = 0, comment_line_ = 0;  // 0: none yet
+  char separator_ = ',';
   std::vector<std::string> header_;
+  std::vector<bool> passed_over_;
 };
 
-}  // namespace replay
+}  // namespace tavo::motion

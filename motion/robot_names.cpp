@@ -1,6 +1,6 @@
-#include "apps/replay/robot_names.hpp"
+#include "motion/robot_names.hpp"
 
-namespace replay {
+namespace tavo::motion {
 
 std::vector<std::string> RobotNames::coordinates() const {
   std::vector<std::string> names = {"vx", "vy", "vz", "wx", "wy", "wz"};
@@ -19,4 +19,4 @@ RobotNames names_of(const tavo::RigidBodySystem& system) {
   return names;
 }
 
-}  // namespace replay
+}  // namespace tavo::motion

@@ -1,6 +1,6 @@
-#include "apps/replay/foot.hpp"
+#include "motion/soles.hpp"
 
-namespace replay {
+namespace tavo::motion {
 
 KT::Math::Position3D sole_point(const KT::Math::Transform& foot_pose_world, float ahead,
                                 float left) {
@@ -8,4 +8,4 @@ KT::Math::Position3D sole_point(const KT::Math::Transform& foot_pose_world, floa
   return foot_pose_world * KT::Math::Position3D(-ankle_height, -left, ahead);
 }
 
-}  // namespace replay
+}  // namespace tavo::motion

@@ -1,11 +1,11 @@
-#include "apps/replay/rates.hpp"
+#include "motion/rates.hpp"
 
 #include <cstddef>
 #include <utility>
 
 #include <Eigen/Geometry>
 
-namespace replay {
+namespace tavo::motion {
 namespace {
 
 using Eigen::VectorXd;
@@ -93,4 +93,4 @@ std::optional<State> StateStream::next() {
   return State{sample, velocity, completed(sample.acceleration, acceleration(moving_))};
 }
 
-}  // namespace replay
+}  // namespace tavo::motion

@@ -4,10 +4,10 @@
 
 #include <Eigen/Core>
 
-#include "apps/replay/motion_file.hpp"
-#include "apps/replay/window.hpp"
+#include "motion/motion_file.hpp"
+#include "motion/window.hpp"
 
-namespace replay {
+namespace tavo::motion {
 
 /// A sample with its velocity: linear and angular of the root, in the root's frame (m/s, rad/s),
 /// then the joints (rad/s).
@@ -56,4 +56,4 @@ class StateStream {
   Window<MovingSample> moving_;
 };
 
-}  // namespace replay
+}  // namespace tavo::motion

@@ -6,7 +6,7 @@
 #include <optional>
 #include <utility>
 
-namespace replay {
+namespace tavo::motion {
 
 /// A sequence seen one item at a time, together with up to `reach` items before and after it. No
 /// more than these are kept.
@@ -52,4 +52,4 @@ class Window {
   bool started_ = false, ended_ = false;
 };
 
-}  // namespace replay
+}  // namespace tavo::motion

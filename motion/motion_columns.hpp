@@ -1,12 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 #include <vector>
 
-#include "apps/replay/csv_reader.hpp"
-#include "apps/replay/robot_names.hpp"
+#include "motion/csv_reader.hpp"
+#include "motion/robot_names.hpp"
 
-namespace replay {
+namespace tavo::motion {
 
 /// Columns of a file by their numbers, from 0. Empty: the file does not have them.
 using Columns = std::vector<std::size_t>;
@@ -27,11 +28,19 @@ struct MotionColumns {
     unsigned long body;
     Columns columns;  // BODY.fx .. BODY.nz
   };
-  std::vector<Wrench> wrenches;  // in body order
+  std::vector<Wrench> wrenches;      // in body order
+  std::vector<std::string> ignored;  // names of the columns that are none of these
+};
+
+/// A column that no motion has, nor is any of its columns spelled nearly so.
+class UnknownColumn : public InputError {
+ public:
+  using InputError::InputError;
 };
 
 /// Finds the columns by their names, in any order; apps/replay/README.md lists them. Throws
-/// InputError: a column unknown, twice or missing, the root's orientation in two forms.
-MotionColumns find_columns(const CsvReader& csv, const RobotNames& names);
+/// InputError: a column unknown (UnknownColumn) or twice, columns missing, the root's orientation
+/// in two forms. With `ignore_unknown`, unknown columns are passed over.
+MotionColumns find_columns(CsvReader& csv, const RobotNames& names, bool ignore_unknown);
 
-}  // namespace replay
+}  // namespace tavo::motion

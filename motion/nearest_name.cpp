@@ -1,11 +1,11 @@
-#include "apps/replay/nearest_name.hpp"
+#include "motion/nearest_name.hpp"
 
 #include <algorithm>
 #include <cctype>
 #include <cstddef>
 #include <numeric>
 
-namespace replay {
+namespace tavo::motion {
 namespace {
 
 bool same_letter(char a, char b) {
@@ -45,4 +45,4 @@ std::optional<std::string> nearest_name(const std::string& wrong,
   return nearest;
 }
 
-}  // namespace replay
+}  // namespace tavo::motion
