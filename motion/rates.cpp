@@ -1,5 +1,6 @@
 #include "motion/rates.hpp"
 
+#include <cmath>
 #include <cstddef>
 #include <utility>
 
@@ -47,12 +48,21 @@ VectorXd velocity(const Window<Sample>& samples) {
          slope_weight(at.time, last->time, at.time, next.time) * change(at, *last, at);
 }
 
-VectorXd acceleration_from_all(const Window<MovingSample>& moving) {
+// Whether the sample at `end` is farther from the next one inwards than that from the third.
+bool is_beyond_a_gap(const Window<MovingSample>& moving, std::ptrdiff_t end,
+                     std::ptrdiff_t inwards) {
+  const auto time = [&](std::ptrdiff_t steps) {
+    return moving.at(end + steps * inwards)->sample.time;
+  };
+  return std::abs(time(1) - time(0)) > std::abs(time(3) - time(1));
+}
+
+VectorXd acceleration_from_all(const Window<MovingSample>& moving, bool straight) {
   const MovingSample& at = *moving.at(0);
   const MovingSample *before = moving.at(-1), *after = moving.at(1);
   if (!before && !after) return VectorXd::Zero(at.velocity.size());
   const MovingSample* const last = before ? moving.at(-2) : moving.at(2);
-  if ((before && after) || !last) {
+  if ((before && after) || !last || straight) {
     const MovingSample &a = before ? *before : at, &b = after ? *after : at;
     return (b.velocity - a.velocity) / (b.sample.time - a.sample.time);
   }
@@ -65,15 +75,16 @@ VectorXd completed(const VectorXd& given, const VectorXd& difference) {
 }
 
 VectorXd acceleration(const Window<MovingSample>& moving) {
-  const MovingSample& at = *moving.at(0);
-  const VectorXd from_all = acceleration_from_all(moving);
-  if (moving.at(-2) && moving.at(2)) return from_all;
+  if (moving.at(-2) && moving.at(2)) return acceleration_from_all(moving, false);
   const std::ptrdiff_t inwards = moving.at(-2) ? -1 : 1;
-  const std::ptrdiff_t first = moving.at(-inwards) ? 0 : inwards;  // whose velocity is central
-  if (!moving.at(first + 3 * inwards)) return from_all;
-  const VectorXd from_central = slope(at.sample.time, *moving.at(first),
-                                      *moving.at(first + inwards), *moving.at(first + 2 * inwards));
-  return at.sample.velocity.array().isNaN().select(from_central, from_all);
+  const std::ptrdiff_t end = moving.at(-inwards) ? -inwards : 0;
+  if (!moving.at(end + 4 * inwards)) return acceleration_from_all(moving, false);
+  if (is_beyond_a_gap(moving, end, inwards)) return acceleration_from_all(moving, true);
+  const MovingSample& at = *moving.at(0);
+  const VectorXd from_central = slope(at.sample.time, *moving.at(end + inwards),
+                                      *moving.at(end + 2 * inwards), *moving.at(end + 3 * inwards));
+  return at.sample.velocity.array().isNaN().select(from_central,
+                                                   acceleration_from_all(moving, false));
 }
 
 }  // namespace

@@ -35,8 +35,9 @@ struct State {
 /// orientations as seen from the sample at the end. Accelerations of the first two and of the last
 /// two samples are slopes of the parabola through the three nearest velocities that are themselves
 /// central: a one-sided velocity errs otherwise than a central one, and a difference across the two
-/// would lose an order. A motion of fewer than five samples has no such three and takes those there
-/// are; two samples make a straight line, one is at rest.
+/// would lose an order. Over a gap, where the end is farther from these three than they span, the
+/// acceleration is the straight difference of the last two velocities. Two samples make a straight
+/// line, one is at rest.
 ///
 /// A rate that the sample gives stands instead, and accelerations are differences of the velocities
 /// that stand. No more than nine samples are kept at a time.

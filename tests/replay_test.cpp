@@ -303,6 +303,20 @@ TEST_F(Replay, MotionsThatStartAndEndAtSpeed) {
   }
 }
 
+// A sample long after the others is no ground for speeds that grow all the way there.
+TEST(Rates, AreNotDrawnOutOverAGap) {
+  std::vector<tavo::motion::Sample> samples;
+  for (const double time : {0.0, 0.01, 0.02, 0.03, 0.04, 0.05, 3.0}) {
+    samples.push_back(still(time, 1));
+    samples.back().q(0) = 0.1 * std::sin(20 * time);
+  }
+  const std::vector<tavo::motion::State> states = states_of(samples);
+  for (const std::size_t i : {5, 6}) {
+    EXPECT_LE(std::abs(states[i].velocity(6)), 2) << i;
+    EXPECT_LE(std::abs(states[i].acceleration(6)), 2) << i;
+  }
+}
+
 // Too short for parabolas: two samples make a straight line, one is at rest.
 TEST(Rates, OfShortMotions) {
   const auto swung = [](std::initializer_list<double> angles) {
