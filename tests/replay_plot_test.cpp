@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <regex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -11,84 +10,17 @@
 #include "apps/replay/plot/figures.hpp"
 #include "apps/replay/plot/motion_trace.hpp"
 #include "apps/replay/plot/thinned.hpp"
-#include "tests/replay_fixture.hpp"
+#include "tests/plot_fixture.hpp"
 
 namespace {
 
 using replay::Posture, replay::Thinned, replay::TorqueRange;
-
-// What gnuplot wrote: texts with their places, and the soles that stand, in px.
-struct Picture {
-  struct Text {
-    double x, y;
-    std::string anchor, text;
-  };
-  struct Sole {
-    bool left;
-    double heel, toe, far_side, near_side;
-  };
-  std::vector<Text> texts;
-  std::vector<Sole> soles;
-
-  explicit Picture(const std::string& svg) {
-    const std::regex text(
-        R"re(translate\(([\d.]+),([\d.]+)\)[^>]*text-anchor="(\w+)">\s*<text>(?:<tspan[^>]*>)?([^<]*)<)re");
-    for (std::sregex_iterator found(svg.begin(), svg.end(), text), end; found != end; ++found) {
-      texts.push_back({std::stod((*found)[1]), std::stod((*found)[2]), (*found)[3], (*found)[4]});
-    }
-    const std::regex sole(
-        R"(<polygon fill = 'rgb\( *(\d+)[^>]*points = '([\d.]+),([\d.]+) ([\d.]+),[\d.]+ [\d.]+,([\d.]+))");
-    for (std::sregex_iterator found(svg.begin(), svg.end(), sole), end; found != end; ++found) {
-      const auto number = [&found](std::size_t i) { return std::stod((*found)[i]); };
-      const bool legend = number(2) > 736;
-      if (!legend) soles.push_back({number(1) == 0, number(2), number(4), number(3), number(5)});
-    }
-  }
-
-  // The first one: panels are written from the top down.
-  Text find(const std::string& text, const std::string& anchor) const {
-    for (const Text& one : texts) {
-      if (one.text == text && one.anchor == anchor) return one;
-    }
-    ADD_FAILURE() << "no text " << text;
-    return {};
-  }
-  double px_per_metre() const { return 10 * (find("0.1", "middle").x - find("0", "middle").x); }
-
-  // Where the points below the ankles stood, x in m.
-  std::vector<double> footholds(bool left) const {
-    std::vector<double> footholds;
-    for (const Sole& sole : soles) {
-      const double heel = (sole.heel - find("0", "middle").x) / px_per_metre();
-      if (sole.left == left) footholds.push_back(heel - replay::drawn_heel);
-    }
-    return footholds;
-  }
-};
 
 void expect_near(const std::vector<double>& got, const std::vector<double>& want,
                  double tolerance) {
   ASSERT_EQ(got.size(), want.size());
   for (std::size_t i = 0; i < got.size(); ++i) EXPECT_NEAR(got[i], want[i], tolerance) << i;
 }
-
-class ReplayPlot : public Replay {
- protected:
-  std::string svg(const std::string& motion) const {
-    write("motion.csv", motion);
-    EXPECT_EQ(run("motion.csv --plot motion.svg"), 0) << read("err");
-    const std::string picture = read("motion.svg");
-    EXPECT_TRUE(picture.ends_with("</svg>\n\n")) << picture.substr(0, 200);
-    return picture;
-  }
-
-  // From here on this script runs in the place of gnuplot.
-  void replace_gnuplot(const std::string& script) const {
-    fs::create_directory(folder_ / "bin");
-    write("bin/gnuplot", "#!/bin/sh\n" + script);
-    fs::permissions(folder_ / "bin" / "gnuplot", fs::perms::owner_all);
-  }
-};
 
 TEST_F(ReplayPlot, ShowsTheWalkToScale) {
   const Picture picture(svg(text(walk())));
@@ -107,10 +39,10 @@ TEST_F(ReplayPlot, ShowsTheWalkToScale) {
   expect_near(picture.footholds(true), {0, 0.12, 0.24, 0.36, 0.42}, 1e-3);
   expect_near(picture.footholds(false), {0, 0.06, 0.18, 0.3, 0.42}, 1e-3);
   ASSERT_FALSE(picture.soles.empty());
-  const Picture::Sole &left = picture.soles.front(), &right = picture.soles.back();
-  EXPECT_NEAR(left.toe - left.heel, 0.11 * scale, 0.2);
-  EXPECT_NEAR(left.near_side - left.far_side, 0.05 * scale, 0.2);
-  EXPECT_NEAR(right.far_side - left.far_side, 0.1 * scale, 0.2) << "the left foot is not on top";
+  const auto &left = picture.soles.front().corners, &right = picture.soles.back().corners;
+  EXPECT_NEAR(left[1].x - left[0].x, 0.11 * scale, 0.2);
+  EXPECT_NEAR(left[3].y - left[0].y, 0.05 * scale, 0.2);
+  EXPECT_NEAR(right[0].y - left[0].y, 0.1 * scale, 0.2) << "the left foot is not on top";
 }
 
 // The picture that the documents show is the one that the program draws.
@@ -145,12 +77,12 @@ TEST_F(ReplayPlot, DrawsAnyMotion) {
   EXPECT_EQ(Picture(svg(text(first_rows(1)))).soles.size(), 2U);
   Table late = first_rows(602);  // more than are kept
   late.back()[0] = "9";
-  Picture(svg(text(late))).find("9 s", "middle");
-  Picture(svg(changed(30, "time", 1.7e9, 0.01))).find("1700000000.2", "middle");
+  Picture(svg(text(late))).find("9.0 s", "middle");
+  Picture(svg(changed(30, "time", 1.7e9, 0.01))).find("time, s (0 is 1700000000.01)", "middle");
   svg(changed(30, "yaw", 0.5, 0));
   svg(changed(30, "pitch", -1.5707963, 0));  // on its back
   for (const char* axis : {"x", "y", "z"}) {
-    Picture(svg(changed(30, axis, 0, 1e3))).find("right sole", "start");  // the legend has room
+    Picture(svg(changed(30, axis, 0, 1e3))).find("right limbs", "start");
     svg(changed(30, axis, 1e36, -1e37));
   }
 }
@@ -163,13 +95,16 @@ TEST_F(ReplayPlot, WritesPngAndOddNames) {
     return shell("replay \"$NAME.csv\" --plot \"$NAME" + extension + "\" >out 2>err");
   };
   EXPECT_EQ(run_on(".png"), 0) << read("err");
-  EXPECT_EQ(run_on(".svg"), 0) << read("err");
+  EXPECT_EQ(run_on(".SVG"), 0) << read("err");
   const std::string png = read(name + ".png");
   EXPECT_TRUE(png.starts_with("\x89PNG\r\n")) << png.substr(0, 20);
   EXPECT_GT(png.size(), 20000U);
-  EXPECT_NE(
-      read(name + ".svg").find("Motion \"it's a \"walk\" $(date) `date` &amp; &lt;b> {}_^\\...\""),
-      std::string::npos);
+  const std::string shown = "Motion \"it's a \"walk\" $(date) `date` &amp; &lt;b> {}_^\\...\"";
+  const std::string svg = read(name + ".SVG");
+  EXPECT_NE(svg.find("<text>" + shown), std::string::npos);
+  EXPECT_NE(svg.find("<title>Motion \"it's a"), std::string::npos);
+  EXPECT_EQ(svg.find("<title>Gnuplot"), std::string::npos);
+  EXPECT_EQ(svg.find("<title>gnuplot"), std::string::npos);
 }
 
 TEST_F(ReplayPlot, NothingIsLostWhenThereCanBeNoPicture) {
@@ -181,6 +116,8 @@ TEST_F(ReplayPlot, NothingIsLostWhenThereCanBeNoPicture) {
   const std::string results = "replay motion.csv -o results.csv --plot ";
   const std::vector<std::pair<std::string, std::string>> cases = {
       {results + "new.pdf", "new.pdf: a picture's name ends in .svg or .png"},
+      {"replay motion.csv --plot new.svg --view z", "--view: \"z\" is none of x, y, auto"},
+      {"replay motion.csv --view x", "--view requires --plot"},
       {results + "svg", "svg: a picture's name ends in .svg or .png"},
       {no_gnuplot + results + "new.svg",
        "gnuplot: not found; a picture needs it (Debian package gnuplot-nox)"},
@@ -255,12 +192,13 @@ TEST(Thinned, KeepsPeaksAndOrderInBoundedMemory) {
 // A robot that waits, walks and waits again: figures at even distances, none on top of another.
 TEST(ChosenFigures, StandApartWhereTheRobotWaits) {
   const Eigen::Vector3d origin = Eigen::Vector3d::Zero();
+  const replay::View side(0);
   std::vector<Posture> postures;
   for (int i = 0; i <= 300; ++i) {
     const double x = std::clamp(0.01 * (i - 100), 0.0, 1.0);
     postures.push_back({0.01 * i, {x, 0, 0.3}, {origin, origin}, {{x, 0, 0}, {x, 0.5 * x, 0.5}}});
   }
-  const auto figures = replay::chosen_figures(postures, 9);
+  const auto figures = replay::chosen_figures(postures, 9, &side);
   ASSERT_LE(figures.size(), 9U);
   ASSERT_GE(figures.size(), 8U);
   EXPECT_EQ(figures.front().posture->time, 0);
@@ -274,8 +212,8 @@ TEST(ChosenFigures, StandApartWhereTheRobotWaits) {
   EXPECT_EQ(figures.back().share, 1);
 
   postures.resize(90);
-  EXPECT_EQ(replay::chosen_figures(postures, 9).size(), 1U);
-  EXPECT_TRUE(replay::chosen_figures({}, 9).empty());
+  EXPECT_EQ(replay::chosen_figures(postures, 9, &side).size(), 1U);
+  EXPECT_TRUE(replay::chosen_figures({}, 9, &side).empty());
 }
 
 }  // namespace

@@ -46,6 +46,24 @@ void declare_reading(CLI::App& app, tavo::motion::MotionOptions& reading) {
   app.add_flag("--ignore-unknown", reading.ignore_unknown, "Pass over columns that no motion has");
 }
 
+void declare_view(CLI::App& app, replay::ViewChoice& view, CLI::Option* plot) {
+  const auto set = [&view](const std::string& name) {
+    const std::map<std::string, replay::ViewChoice> views = {
+        {"x", replay::ViewChoice::x},
+        {"y", replay::ViewChoice::y},
+        {"auto", replay::ViewChoice::automatic}};
+    const auto found = views.find(name);
+    if (found == views.end()) {
+      throw CLI::ValidationError("--view", tavo::motion::quoted(name) + " is none of x, y, auto");
+    }
+    view = found->second;
+  };
+  app.add_option_function<std::string>(
+         "--view", set, "Its axis to the right, x, y or auto: the direction of travel")
+      ->option_text("AXIS")
+      ->needs(plot);
+}
+
 void declare(CLI::App& app, replay::Options& options) {
   app.add_option("MOTION", options.motion,
                  "Motion, a CSV file; - for standard input; default: the\n"
@@ -67,9 +85,11 @@ void declare(CLI::App& app, replay::Options& options) {
                  std::string("Whose poses, or all; default:\n") + replay::default_bodies)
       ->option_text("LIST")
       ->needs(output);
-  app.add_option("--plot", options.plot, "Picture of the motion, .svg or .png, drawn by gnuplot")
-      ->option_text("FILE")
-      ->check(apps::file_name());
+  CLI::Option* const plot = app.add_option("--plot", options.plot,
+                                           "Picture of the motion, .svg or .png, drawn by gnuplot")
+                                ->option_text("FILE")
+                                ->check(apps::file_name());
+  declare_view(app, options.view, plot);
   apps::add_common_options(app);
 }
 

@@ -91,7 +91,7 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
   std::optional<Plot> plot;
   if (!options.plot.empty()) {
     require_own_name(options.plot, options);
-    plot.emplace(options.plot, *system, motion.wrench_bodies());
+    plot.emplace(options.plot, options.view, *system, motion.wrench_bodies());
   }
   DegreesGuess degrees;
   std::string not_finite;

@@ -5,6 +5,7 @@
 #include <ostream>
 #include <string>
 
+#include "apps/replay/plot/view.hpp"
 #include "apps/replay/selection.hpp"
 #include "motion/motion_file.hpp"
 
@@ -13,10 +14,11 @@ namespace replay {
 struct Options {
   std::filesystem::path motion;  // "-": standard input
   tavo::motion::MotionOptions reading;
-  std::filesystem::path plugin;   // not a bare file name, which would be searched for
-  std::filesystem::path results;  // empty: none are written; "-": standard output
-  Selection selection;            // what the results hold
-  std::filesystem::path plot;     // empty: none is drawn
+  std::filesystem::path plugin;             // not a bare file name, which would be searched for
+  std::filesystem::path results;            // empty: none are written; "-": standard output
+  Selection selection;                      // what the results hold
+  std::filesystem::path plot;               // empty: none is drawn
+  ViewChoice view = ViewChoice::automatic;  // of the picture
 };
 
 /// Runs the motion through the plug-in, writes the results, prints the summary and draws the

@@ -55,14 +55,21 @@ void MotionTrace::add_posture(const motion::Sample& sample, const tavo::RigidBod
     posture.soles[i] = sole;
     feet_[i].footholds.add(stands(feet_[i], sample, sole), {sole, ahead});
   }
+  travel_.add(posture.points);
+  if (!lowest_ || posture.com.z() < lowest_->com.z()) lowest_ = posture;
+  if (!highest_ || posture.com.z() > highest_->com.z()) highest_ = posture;
   last_posture_ = posture;
   postures_.add(std::move(posture));
 }
 
 std::vector<Posture> MotionTrace::postures() const {
   std::vector<Posture> postures = postures_.items();
-  if (last_posture_ && last_posture_->time > postures.back().time) {
-    postures.push_back(*last_posture_);
+  for (const std::optional<Posture>& extreme : {lowest_, highest_, last_posture_}) {
+    if (!extreme) continue;
+    const auto later =
+        std::lower_bound(postures.begin(), postures.end(), extreme->time,
+                         [](const Posture& posture, double time) { return posture.time < time; });
+    if (later == postures.end() || later->time > extreme->time) postures.insert(later, *extreme);
   }
   return postures;
 }

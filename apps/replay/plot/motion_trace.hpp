@@ -8,9 +8,11 @@
 
 #include <Eigen/Core>
 
+#include "apps/replay/plot/axis.hpp"
 #include "apps/replay/plot/footholds.hpp"
 #include "apps/replay/plot/skeleton.hpp"
 #include "apps/replay/plot/thinned.hpp"
+#include "apps/replay/plot/view.hpp"
 #include "motion/motion_file.hpp"
 #include "motion/soles.hpp"
 
@@ -55,8 +57,11 @@ class MotionTrace {
   double first_time() const { return first_time_; }
   double last_time() const { return last_time_; }
   const Skeleton& skeleton() const { return skeleton_; }
-  /// In order of time, the first and the last of the motion included.
+  /// In order of time, the first and the last of the motion included, and those with the centre of
+  /// mass lowest and highest.
   std::vector<Posture> postures() const;
+  /// From where the motion is best seen.
+  View view(ViewChoice choice) const { return travel_.view(choice); }
   const std::vector<TorqueRange>& torques() const { return torques_.items(); }
   /// Of one foot, in the order of foot_bodies. A foot stands while it carries a twentieth of the
   /// robot's weight; in a motion that has no wrench for it, while its sole is on the ground, z = 0,
@@ -80,8 +85,14 @@ class MotionTrace {
   std::size_t samples_ = 0;
   double first_time_ = 0, last_time_ = 0;
   Thinned<Posture> postures_{600};
-  std::optional<Posture> last_posture_;
+  std::optional<Posture> lowest_, highest_, last_posture_;
+  Travel travel_;
   Thinned<TorqueRange> torques_{300};
 };
+
+/// What times are counted from in the picture, s: the start, if they count from long before.
+inline double time_origin(const MotionTrace& trace) {
+  return origin_of({trace.first_time(), trace.last_time()}, trace.first_time());
+}
 
 }  // namespace replay

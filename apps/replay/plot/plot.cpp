@@ -43,6 +43,26 @@ bool is_complete(const std::string& picture, PictureFormat format) {
   return picture.find(format == PictureFormat::svg ? "</svg>" : "IEND") != std::string::npos;
 }
 
+std::string escaped(const std::string& text) {
+  std::string xml;
+  for (const char c : text) {
+    xml += c == '&' ? "&amp;" : c == '<' ? "&lt;" : c == '>' ? "&gt;" : std::string(1, c);
+  }
+  return xml;
+}
+
+// gnuplot puts its own name on the picture and a number on each curve that has no entry in the
+// legend; browsers show both.
+void set_titles(std::string& picture, const std::string& text) {
+  const std::string begin = "<title>", end = "</title>";
+  for (std::size_t at = 0; (at = picture.find(begin, at)) != std::string::npos; at += 1) {
+    const std::size_t from = at + begin.size(), length = picture.find(end, from) - from;
+    const std::string title = picture.substr(from, length);
+    if (title == "Gnuplot") picture.replace(from, length, escaped(text));
+    if (title.starts_with("gnuplot_plot")) picture.erase(at, begin.size() + length + end.size());
+  }
+}
+
 std::string title(const std::string& motion, const MotionTrace& trace) {
   std::ostringstream text;
   text << "Motion " << readable(motion) << ": " << trace.samples();
@@ -56,18 +76,20 @@ std::string title(const std::string& motion, const MotionTrace& trace) {
 
 }  // namespace
 
-Plot::Plot(const std::filesystem::path& path, const tavo::RigidBodySystem& system,
+Plot::Plot(const std::filesystem::path& path, ViewChoice view, const tavo::RigidBodySystem& system,
            const std::vector<unsigned long>& wrench_bodies)
-    : format_(usable_format(path)), file_(path), trace_(system, wrench_bodies) {}
+    : format_(usable_format(path)), view_(view), file_(path), trace_(system, wrench_bodies) {}
 
 void Plot::commit(const std::string& motion) {
   Sheet sheet;
-  add_space_panels(sheet, trace_);
+  add_space_panels(sheet, trace_, view_);
   add_torque_panels(sheet, trace_);
-  const std::string picture = run_gnuplot(sheet.finished(title(motion, trace_), format_));
+  const std::string heading = title(motion, trace_);
+  std::string picture = run_gnuplot(sheet.finished(heading, format_));
   if (!is_complete(picture, format_)) {
     throw std::runtime_error("gnuplot: the picture is incomplete");
   }
+  if (format_ == PictureFormat::svg) set_titles(picture, heading);
   file_.write(picture);
   file_.commit();
 }

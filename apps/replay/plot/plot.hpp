@@ -17,8 +17,9 @@ namespace motion = tavo::motion;
 /// be no picture; what can be known beforehand, the constructor finds out.
 class Plot {
  public:
-  /// `path` ends in .svg or .png; the samples carry wrenches on `wrench_bodies`.
-  Plot(const std::filesystem::path& path, const tavo::RigidBodySystem& system,
+  /// `path` ends in .svg or .png; the kinematics of the system are computed, all joint angles zero;
+  /// the samples carry wrenches on `wrench_bodies`.
+  Plot(const std::filesystem::path& path, ViewChoice view, const tavo::RigidBodySystem& system,
        const std::vector<unsigned long>& wrench_bodies);
 
   /// Takes in a sample and the results that the system's getters show for it.
@@ -31,6 +32,7 @@ class Plot {
 
  private:
   PictureFormat format_;
+  ViewChoice view_;
   apps::OutputFile file_;
   MotionTrace trace_;
 };

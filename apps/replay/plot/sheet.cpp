@@ -1,6 +1,6 @@
 #include "apps/replay/plot/sheet.hpp"
 
-#include <cmath>
+#include <algorithm>
 
 #include "apps/replay/plot/gnuplot.hpp"
 
@@ -8,7 +8,7 @@ namespace replay {
 namespace {
 
 constexpr double sheet_width = 900, sheet_title = 34;
-constexpr double left = 72, right = left + Sheet::panel_width, legend = right + 14;
+constexpr double left = 84, right = left + Sheet::panel_width, legend = right + 14;
 constexpr double panel_title = 30, axis_marks = 24, axis_title = 24, foot = 4;
 
 // Where on the sheet, for gnuplot. The height H of the sheet is not known before its last panel.
@@ -19,30 +19,16 @@ std::string down(double y) {
   return " screen 1-" + std::to_string(y) + "/H";
 }
 
-std::string tics(const Sheet::Axis& axis) {
+std::string tics(const Axis& axis) {
   std::ostringstream text;
-  if (axis.step > 0) {
-    text << axis.step;
-  } else {
-    text << "autofreq";
+  text.precision(15);
+  for (const Mark& mark : axis.marks) {
+    text << (text.str().empty() ? "(" : ", ") << gnuplot_quoted(mark.text) << " " << mark.at;
   }
-  return text.str();
+  return axis.marks.empty() ? "()" : text.str() + ")";
 }
 
 }  // namespace
-
-Interval resized(const Interval& interval, double length) {
-  const double middle = interval.low + interval.length() / 2;
-  return {middle - length / 2, middle + length / 2};
-}
-
-double round_step(double least) {
-  const double power = std::pow(10, std::floor(std::log10(least)));
-  for (const double factor : {1.0, 2.0, 5.0}) {
-    if (factor * power >= least) return factor * power;
-  }
-  return 10 * power;
-}
 
 Sheet::Sheet() : bottom_(sheet_title) {
   body_.precision(15);  // times may count from 1970
@@ -51,14 +37,17 @@ Sheet::Sheet() : bottom_(sheet_title) {
 void Sheet::begin_panel(const std::string& title, double height, const Axis& x, const Axis& y) {
   const double top = bottom_ + panel_title;
   const double bottom = top + height;
+  double widest = 0;
+  for (const Mark& mark : y.marks) widest = std::max(widest, text_width(mark.text));
   body_ << "\nset lmargin at" << across(left) << "\nset rmargin at" << across(right)
         << "\nset tmargin at" << down(top) << "\nset bmargin at" << down(bottom) << "\nset key at"
         << across(legend) << "," << down(top) << "\nset label 1 " << gnuplot_quoted(title) << " at"
         << across(left) << "," << down(top - 11) << " left\nset label 2 '" << x.title
         << "' at graph 0.5," << down(bottom + axis_marks + 15) << " center\nset label 3 '"
-        << y.title << "' at" << across(16) << ", graph 0.5 center rotate\nset xrange ["
-        << x.range.low << ":" << x.range.high << "]\nset yrange [" << y.range.low << ":"
-        << y.range.high << "]\nset xtics " << tics(x) << "\nset ytics " << tics(y) << "\n";
+        << y.title << "' at" << across(std::max(12.0, left - widest - 25))
+        << ", graph 0.5 center rotate\nset xrange [" << x.range.low << ":" << x.range.high
+        << "]\nset yrange [" << y.range.low << ":" << y.range.high << "]\nset xtics " << tics(x)
+        << "\nset ytics " << tics(y) << "\n";
   bottom_ = bottom + axis_marks + (x.title.empty() ? 0 : axis_title);
 }
 
@@ -69,7 +58,6 @@ std::string Sheet::finished(const std::string& title, PictureFormat format) cons
          << gnuplot_quoted(title) << " noenhanced font ',16'\n"
          << R"(set key left top Left reverse samplen 2 spacing 1.15
 set tics nomirror out scale 0.5
-set format '%.13g'
 set border 3 lc rgb '#606060'
 set grid lc rgb '#e4e4e4' lt 1 lw 0.6
 set xzeroaxis lc rgb '#909090' lt 1 lw 0.8

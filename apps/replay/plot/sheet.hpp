@@ -4,32 +4,17 @@
 #include <sstream>
 #include <string>
 
+#include "apps/replay/plot/axis.hpp"
+
 namespace replay {
 
 enum class PictureFormat { svg, png };
-
-struct Interval {
-  double low, high;
-  double length() const { return high - low; }
-};
-
-/// The interval of that length about the middle of this one.
-Interval resized(const Interval& interval, double length);
-
-/// 1, 2 or 5 times a power of ten, not below `least`.
-double round_step(double least);
 
 /// A gnuplot script for a sheet of panels, one below the other, each with its legend to the right
 /// of it. Sizes are px of the SVG picture; a PNG has twice as many.
 class Sheet {
  public:
-  static constexpr double panel_width = 664;
-
-  struct Axis {
-    std::string title;  // empty: that of the panel below holds for both
-    Interval range;
-    double step = 0;  // between marks; 0: gnuplot chooses
-  };
+  static constexpr double panel_width = 640;
 
   Sheet();
 

@@ -24,6 +24,12 @@ Vector3d origin(const KT::Math::Transform& pose) {
   return {pose.m[3], pose.m[7], pose.m[11]};
 }
 
+Eigen::Matrix3d axes(const KT::Math::Transform& pose) {
+  return Eigen::Map<const Eigen::Matrix<float, 3, 4, Eigen::RowMajor>>(pose.m)
+      .leftCols<3>()
+      .cast<double>();
+}
+
 }  // namespace
 
 Vector3d as_vector(const KT::Math::Position3D& point) {
@@ -44,8 +50,9 @@ Skeleton::Skeleton(const tavo::RigidBodySystem& system) : point_count_(system.ge
     const EndKind kind = is_foot(name)          ? EndKind::sole
                          : side == Side::middle ? EndKind::ball
                                                 : EndKind::rod;
-    add_end({body, kind}, side);
-    if (side != Side::middle) add_limb_joints(system, ends_.back());
+    const Vector3d ahead = axes(system.getPose(body)).transpose() * axes(system.getPose(0)).col(0);
+    add_end({body, kind, ahead}, side);
+    add_limb_joints(system, ends_.back());
   }
 }
 
@@ -57,8 +64,11 @@ void Skeleton::add_end(const End& end, Side side) {
   if (end.kind == EndKind::sole) {
     bars_.insert(bars_.end(), {{first, second, side}, {second, end.body, side}});
   }
-  if (end.kind == EndKind::ball) balls_.push_back({second, first});
-  point_count_ += end.kind == EndKind::rod ? 1 : 2;
+  if (end.kind == EndKind::ball) {
+    balls_.push_back({second, first});
+    bars_.push_back({second, second + 1, side});
+  }
+  point_count_ += end.kind == EndKind::rod ? 1 : end.kind == EndKind::sole ? 2 : 3;
 }
 
 // From the end of a chain to the root, so a limb's joints stand in reverse order first.
@@ -68,8 +78,12 @@ void Skeleton::add_limb_joints(const tavo::RigidBodySystem& system, const End& e
   for (std::size_t body = end.body; parents[body] >= 0;
        body = static_cast<std::size_t>(parents[body])) {
     const std::string& name = system.getBodyName(body);
+    const Side side = side_of(name);
+    const Limb limb = end.kind == EndKind::sole   ? Limb::leg
+                      : end.kind == EndKind::ball ? Limb::head
+                                                  : Limb::arm;
     limb_joints_.push_back(
-        {system.getJointAngleId(name), side_of(name), name.substr(1), end.kind == EndKind::sole});
+        {system.getJointAngleId(name), side, side == Side::middle ? name : name.substr(1), limb});
   }
   std::reverse(limb_joints_.begin() + first, limb_joints_.end());
 }
@@ -94,6 +108,7 @@ std::vector<Vector3d> Skeleton::points(const tavo::RigidBodySystem& system) cons
       case EndKind::ball:
         points.push_back((origin(pose) + com) / 2);
         points.push_back(com);
+        points.push_back(com + 0.75 * (com - origin(pose)).norm() * (axes(pose) * end.ahead));
         break;
     }
   }

@@ -13,18 +13,13 @@ enum class Side { middle, left, right };
 
 Eigen::Vector3d as_vector(const KT::Math::Position3D& point);
 
-/// A point seen from the robot's right when it looks along x: x and z.
-inline Eigen::Vector2d from_side(const Eigen::Vector3d& point) {
-  return {point.x(), point.z()};
-}
-
 /// The outline of a sole as it is drawn, in metres from the point below the ankle: the robot's
 /// model has none.
 inline constexpr float drawn_heel = -0.035f, drawn_toe = 0.075f, drawn_half_width = 0.025f;
 
 /// The robot as a stick figure, made from the names and parents that the plug-in gives. A foot ends
-/// in its sole, the head in a ball about its centre of mass, a forearm where it would if it were
-/// an even rod.
+/// in its sole, the head in a ball about its centre of mass with a nose, a forearm where it would
+/// if it were an even rod.
 class Skeleton {
  public:
   /// A line between two points.
@@ -36,14 +31,17 @@ class Skeleton {
   struct Ball {
     std::size_t centre, rim;
   };
-  /// A joint of a leg, which ends in a foot, or of an arm. `kind`: its name without the side.
+  /// A limb is a leg if it ends in a foot, the head if it is in the middle.
+  enum class Limb { leg, arm, head };
+  /// A joint of a limb. `kind`: its name without the side.
   struct LimbJoint {
     std::size_t index;
     Side side;
     std::string kind;
-    bool leg;
+    Limb limb;
   };
 
+  /// Of a system whose kinematics are computed, all joint angles zero: the robot looks ahead.
   explicit Skeleton(const tavo::RigidBodySystem& system);
 
   const std::vector<Bar>& bars() const { return bars_; }
@@ -59,6 +57,7 @@ class Skeleton {
   struct End {
     std::size_t body;
     EndKind kind;
+    Eigen::Vector3d ahead;  // the robot's x axis when it was created, in the body's frame
   };
 
   void add_end(const End& end, Side side);

@@ -5,9 +5,12 @@
 
 namespace replay {
 
-/// Adds the two panels that show space, to one scale on all their axes: stick figures from the
-/// side (x against z) with the paths of the centre of mass and the soles; footholds and the path
-/// of the centre of mass from above (x against y).
-void add_space_panels(Sheet& sheet, const MotionTrace& trace);
+/// Adds the two panels that show space.
+///
+/// From the side: stick figures to scale, along a horizontal direction of the world. Where the
+/// robot travels they stand where it was, with the paths of the centre of mass and the soles. Where
+/// it stays about, or goes so far that figures would be tiny, they stand side by side. From above:
+/// footholds and the path of the centre of mass, x against y.
+void add_space_panels(Sheet& sheet, const MotionTrace& trace, ViewChoice view);
 
 }  // namespace replay

@@ -3,25 +3,25 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <iomanip>
 #include <ostream>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "apps/replay/plot/axis.hpp"
 #include "apps/replay/plot/colours.hpp"
 
 namespace replay {
 namespace {
 
-constexpr double leg_height = 240, arm_height = 180;  // px
+using Limb = Skeleton::Limb;
+
 constexpr std::array colours = {black, orange, sky_blue, green, vermillion, purple, blue};
 
-std::vector<Skeleton::LimbJoint> joints_of(const Skeleton& skeleton, bool legs) {
+std::vector<Skeleton::LimbJoint> joints_of(const Skeleton& skeleton, Limb limb) {
   std::vector<Skeleton::LimbJoint> joints;
   for (const Skeleton::LimbJoint& joint : skeleton.limb_joints()) {
-    if (joint.leg == legs) joints.push_back(joint);
+    if (joint.limb == limb) joints.push_back(joint);
   }
   return joints;
 }
@@ -37,14 +37,11 @@ void write_torque(std::ostream& out, const MotionTrace& trace, std::size_t joint
   }
 }
 
-// Marks far enough apart for their texts, which are long where time counts from 1970.
-Sheet::Axis time_axis(const MotionTrace& trace, const std::string& title) {
-  Interval times{trace.first_time(), trace.last_time()};
+Axis time_axis(const MotionTrace& trace) {
+  const double start = trace.first_time();
+  Interval times{start, trace.last_time()};
   if (!(times.length() > 0)) times = resized(times, 1);
-  std::ostringstream text;
-  text << std::setprecision(13) << times.high;
-  const double mark_distance = 52 + 7 * static_cast<double>(text.str().size());  // px
-  return {title, times, round_step(times.length() / Sheet::panel_width * mark_distance)};
+  return round_axis("time", "s", times, Sheet::panel_width, Direction::across, &start);
 }
 
 Interval torques(const MotionTrace& trace, const std::vector<Skeleton::LimbJoint>& joints) {
@@ -56,21 +53,25 @@ Interval torques(const MotionTrace& trace, const std::vector<Skeleton::LimbJoint
       if (high.value > all.high) all.high = high.value;
     }
   }
-  return resized(all, all.length() > 0 ? 1.08 * all.length() : 1);
+  return resized(all, std::max(1.08 * all.length(), 0.002));  // less is rounding
 }
 
-// How a side's torque is drawn, up to its colour. One sample alone makes no line.
+// How a side's torque is drawn, up to its colour: where both coincide, dashes stand out on a thin
+// line. One sample alone makes no line.
 std::string style(Side side, const MotionTrace& trace) {
-  const bool left = side == Side::left;
+  const bool right = side == Side::right;
   if (trace.torques().size() == 1)
-    return left ? " with points pt 7 lc rgb " : " with points pt 6 lc rgb ";
-  return left ? " with lines lw 1.3 lc rgb " : " with lines dt (6,3) lw 1.3 lc rgb ";
+    return right ? " with points pt 6 lc rgb " : " with points pt 7 lc rgb ";
+  return right ? " with lines dt (6,4) lw 2 lc rgb " : " with lines lw 1.1 lc rgb ";
 }
 
-void add_panel(Sheet& sheet, const MotionTrace& trace, const std::string& title, bool legs) {
-  const std::vector<Skeleton::LimbJoint> joints = joints_of(trace.skeleton(), legs);
-  sheet.begin_panel(title, legs ? leg_height : arm_height, time_axis(trace, legs ? "" : "time, s"),
-                    {"torque, N m", torques(trace, joints)});
+void add_panel(Sheet& sheet, const MotionTrace& trace, const std::string& title, Limb limb,
+               double height, bool last) {
+  const std::vector<Skeleton::LimbJoint> joints = joints_of(trace.skeleton(), limb);
+  Axis time = time_axis(trace);
+  if (!last) time.title.clear();
+  sheet.begin_panel(title, height, time,
+                    round_axis("torque", "N m", torques(trace, joints), height, Direction::up));
   std::ostream& out = sheet.script();
   for (const auto& joint : joints) {
     out << "$torque" << joint.index << " << EOD\n";
@@ -86,17 +87,22 @@ void add_panel(Sheet& sheet, const MotionTrace& trace, const std::string& title,
     out << "$torque" << joint.index << style(joint.side, trace) << colour << " notitle, \\\n";
   }
   for (std::size_t i = 0; i < kinds.size(); ++i) {
-    out << "keyentry with lines lw 2 lc rgb " << colours[i] << " title '" << kinds[i] << "', \\\n";
+    out << (i == 0 ? "" : ", \\\n") << "keyentry with lines lw 2 lc rgb " << colours[i]
+        << " title '" << kinds[i] << "'";
   }
-  out << "keyentry" << style(Side::left, trace) << grey << " title 'left', keyentry"
-      << style(Side::right, trace) << grey << " title 'right'\n";
+  if (limb != Limb::head) {
+    out << ", \\\nkeyentry" << style(Side::left, trace) << grey << " title 'left', keyentry"
+        << style(Side::right, trace) << grey << " title 'right'";
+  }
+  out << "\n";
 }
 
 }  // namespace
 
 void add_torque_panels(Sheet& sheet, const MotionTrace& trace) {
-  add_panel(sheet, trace, "Torques of the legs", true);
-  add_panel(sheet, trace, "Torques of the arms", false);
+  add_panel(sheet, trace, "Torques of the legs", Limb::leg, 240, false);
+  add_panel(sheet, trace, "Torques of the arms", Limb::arm, 180, false);
+  add_panel(sheet, trace, "Torques of the head", Limb::head, 90, true);
 }
 
 }  // namespace replay

@@ -5,8 +5,8 @@
 
 namespace replay {
 
-/// Adds the two panels with the joint torques over time, of the legs and of the arms: a colour for
-/// each kind of joint, solid on the left and dashed on the right.
+/// Adds the panels with the joint torques over time, of the legs, the arms and the head: a colour
+/// for each kind of joint, solid on the left and dashed on the right.
 void add_torque_panels(Sheet& sheet, const MotionTrace& trace);
 
 }  // namespace replay
