@@ -17,6 +17,8 @@ if(DOXYGEN_FOUND)
   set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
   doxygen_add_docs(docs
     host/rigid_body_system.hpp host/loader.hpp ktmath/ktmath.hpp
+    motion/csv_reader.hpp motion/motion_columns.hpp motion/motion_file.hpp motion/motion_writer.hpp
+    motion/rates.hpp motion/robot_names.hpp motion/soles.hpp motion/window.hpp
     docs/hosting.md docs/conventions.md docs/accuracy.md docs/performance.md)
 elseif(BUILD_TESTING)
   message(STATUS "docs: no Doxygen to make and test them with (Debian: doxygen)")

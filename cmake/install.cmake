@@ -3,7 +3,7 @@ include(CMakePackageConfigHelpers)
 # Fixed folders: a program finds the plug-in and its data relative to itself.
 set(package_dir lib/cmake/orvek23)
 
-install(TARGETS ktmath orvek23_host orvek23_batch EXPORT orvek23Targets
+install(TARGETS ktmath orvek23_host orvek23_batch orvek23_motion EXPORT orvek23Targets
         LIBRARY DESTINATION lib/orvek23
         ARCHIVE DESTINATION lib
         FILE_SET HEADERS DESTINATION include/orvek23)

@@ -25,9 +25,9 @@ class InputError : public std::runtime_error {
 /// lines, lines that begin with # and a leading byte-order mark are passed over.
 class CsvReader {
  public:
-  /// Opens `path`, "-" for standard input, and reads the header. `separator`: ',', ';' or '\t', if
-  /// the header is not to be asked. Throws InputError if the file cannot be read, if there is no
-  /// header, or if another separator stands in it.
+  /// Opens `path`, "-" for standard input, and reads the header. `separator`: comma, semicolon or
+  /// tab, if the header is not to be asked. Throws InputError if the file cannot be read, if there
+  /// is no header, or if another separator stands in it.
   explicit CsvReader(const std::string& path, std::optional<char> separator = std::nullopt);
 
   /// Names of the columns as they stand.
@@ -46,8 +46,10 @@ class CsvReader {
   /// Share of the file that is read, 0 to 1, if its size is known.
   std::optional<double> share_read() const;
 
-  /// What is wrong with the current line, or with one of its columns (counted from 0).
+  /// What is wrong with the current line.
   InputError error(const std::string& fault) const;
+
+  /// What is wrong with one of its columns, counted from 0.
   InputError error(std::size_t column, const std::string& fault) const;
 
  private:
@@ -61,7 +63,7 @@ class CsvReader {
   std::optional<std::uintmax_t> size_;
   std::uintmax_t read_ = 0;
   std::string line_;
-  std::size_t line_number_ = 0, header_line_ = 0, comment_line_ = 0;  // 0: none yet
+  std::size_t line_number_ = 0, header_line_ = 0, comment_line_ = 0;  ///< 0: none yet
   char separator_ = ',';
   std::vector<std::string> header_;
   std::vector<bool> passed_over_;

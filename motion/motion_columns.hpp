@@ -14,22 +14,25 @@ using Columns = std::vector<std::size_t>;
 
 /// Where each quantity of a motion stands in its file.
 struct MotionColumns {
-  std::size_t time;
-  Columns position;            // x, y, z
-  Columns angles, quaternion;  // roll, pitch, yaw or qw, qx, qy, qz: one of them is empty
-  Columns joints;              // in joint-angle order
+  std::size_t time;    ///< Column of the time.
+  Columns position;    ///< x, y, z.
+  Columns angles;      ///< roll, pitch, yaw; empty if there is a quaternion.
+  Columns quaternion;  ///< qw, qx, qy, qz; empty if there are angles.
+  Columns joints;      ///< In joint-angle order.
   /// d.NAME or dd.NAME of one coordinate, or of the root's six together.
   struct Rate {
-    std::size_t coordinate;  // the first of them
-    Columns columns;
+    std::size_t coordinate;  ///< The first of them.
+    Columns columns;         ///< One or six.
   };
-  std::vector<Rate> velocity, acceleration;
+  std::vector<Rate> velocity;      ///< Those that the file gives.
+  std::vector<Rate> acceleration;  ///< Those that the file gives.
+  /// The external wrench on a body.
   struct Wrench {
-    unsigned long body;
-    Columns columns;  // BODY.fx .. BODY.nz
+    unsigned long body;  ///< Its id.
+    Columns columns;     ///< BODY.fx .. BODY.nz.
   };
-  std::vector<Wrench> wrenches;      // in body order
-  std::vector<std::string> ignored;  // names of the columns that are none of these
+  std::vector<Wrench> wrenches;      ///< In body order.
+  std::vector<std::string> ignored;  ///< Names of the columns that are none of these.
 };
 
 /// A column that no motion has, nor is any of its columns spelled nearly so.

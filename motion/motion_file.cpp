@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <limits>
 #include <sstream>
+#include <stdexcept>
 
 #include <Eigen/Geometry>
 
@@ -18,11 +19,19 @@ Eigen::Matrix3d rotation(const Eigen::Vector3d& roll_pitch_yaw) {
       .toRotationMatrix();
 }
 
+const RobotNames& checked(const RobotNames& names) {
+  if (names.joints.size() > 22 || names.bodies.size() > 23) {
+    throw std::invalid_argument("motion: at most 22 joints and 23 bodies");
+  }
+  return names;
+}
+
 }  // namespace
 
 MotionFile::MotionFile(const std::string& path, const RobotNames& names,
                        const MotionOptions& options)
-    : csv_(path, options.separator), columns_(find_columns(csv_, names, options.ignore_unknown)) {}
+    : csv_(path, options.separator),
+      columns_(find_columns(csv_, checked(names), options.ignore_unknown)) {}
 
 std::vector<unsigned long> MotionFile::wrench_bodies() const {
   std::vector<unsigned long> bodies;
@@ -57,7 +66,7 @@ Eigen::Matrix3d MotionFile::orientation() const {
   if (columns_.quaternion.empty()) return rotation(values(columns_.angles));
   // Three decimals move the length by up to 0.001; more than that is no rounding.
   constexpr double tolerance = 0.001 + 1e-9;
-  const Eigen::VectorXd q = values(columns_.quaternion);
+  const Coordinates q = values(columns_.quaternion);
   if (!(std::abs(q.norm() - 1) <= tolerance)) {
     std::ostringstream fault;
     fault << "the quaternion qw, qx, qy, qz has length " << q.norm() << ", not 1 to within 0.001";
@@ -66,18 +75,17 @@ Eigen::Matrix3d MotionFile::orientation() const {
   return Eigen::Quaterniond(q(0), q(1), q(2), q(3)).normalized().toRotationMatrix();
 }
 
-Eigen::VectorXd MotionFile::values(const Columns& columns) const {
-  Eigen::VectorXd result(static_cast<Eigen::Index>(columns.size()));
+Coordinates MotionFile::values(const Columns& columns) const {
+  Coordinates result(static_cast<Eigen::Index>(columns.size()));
   for (std::size_t i = 0; i < columns.size(); ++i) {
     result(static_cast<Eigen::Index>(i)) = row_[columns[i]];
   }
   return result;
 }
 
-Eigen::VectorXd MotionFile::given(const std::vector<MotionColumns::Rate>& rates) const {
-  Eigen::VectorXd result =
-      Eigen::VectorXd::Constant(static_cast<Eigen::Index>(6 + columns_.joints.size()),
-                                std::numeric_limits<double>::quiet_NaN());
+Coordinates MotionFile::given(const std::vector<MotionColumns::Rate>& rates) const {
+  Coordinates result = Coordinates::Constant(static_cast<Eigen::Index>(6 + columns_.joints.size()),
+                                             std::numeric_limits<double>::quiet_NaN());
   for (const auto& rate : rates) {
     result.segment(static_cast<Eigen::Index>(rate.coordinate),
                    static_cast<Eigen::Index>(rate.columns.size())) = values(rate.columns);
@@ -85,8 +93,8 @@ Eigen::VectorXd MotionFile::given(const std::vector<MotionColumns::Rate>& rates)
   return result;
 }
 
-Eigen::VectorXd MotionFile::wrenches() const {
-  Eigen::VectorXd result(static_cast<Eigen::Index>(6 * columns_.wrenches.size()));
+Wrenches MotionFile::wrenches() const {
+  Wrenches result(static_cast<Eigen::Index>(6 * columns_.wrenches.size()));
   Eigen::Index first = 0;
   for (const auto& wrench : columns_.wrenches) {
     result.segment<6>(first) = values(wrench.columns);

@@ -9,16 +9,14 @@
 namespace tavo::motion {
 namespace {
 
-using Eigen::VectorXd;
-
 Eigen::Vector3d rotation_vector(const Eigen::Matrix3d& R) {
   const Eigen::AngleAxisd turn(R);
   return turn.angle() * turn.axis();
 }
 
 // From pose a to pose b; the translation in the axes of a third sample.
-VectorXd change(const Sample& a, const Sample& b, const Sample& axes) {
-  VectorXd change(6 + a.q.size());
+Coordinates change(const Sample& a, const Sample& b, const Sample& axes) {
+  Coordinates change(6 + a.q.size());
   change << axes.R_world.transpose() * (b.p_world - a.p_world),
       rotation_vector(a.R_world.transpose() * b.R_world), b.q - a.q;
   return change;
@@ -30,17 +28,17 @@ double slope_weight(double t, double own, double other1, double other2) {
 }
 
 // The slope at t of the parabola through three velocities.
-VectorXd slope(double t, const MovingSample& a, const MovingSample& b, const MovingSample& c) {
+Coordinates slope(double t, const MovingSample& a, const MovingSample& b, const MovingSample& c) {
   const double ta = a.sample.time, tb = b.sample.time, tc = c.sample.time;
   return slope_weight(t, ta, tb, tc) * (a.velocity - b.velocity) +
          slope_weight(t, tc, ta, tb) * (c.velocity - b.velocity);
 }
 
-VectorXd velocity(const Window<Sample>& samples) {
+Coordinates velocity(const Window<Sample>& samples) {
   const Sample& at = *samples.at(0);
   const Sample *before = samples.at(-1), *after = samples.at(1);
   if (before && after) return change(*before, *after, at) / (after->time - before->time);
-  if (!before && !after) return VectorXd::Zero(6 + at.q.size());
+  if (!before && !after) return Coordinates::Zero(6 + at.q.size());
   const Sample& next = before ? *before : *after;
   const Sample* const last = samples.at(before ? -2 : 2);
   if (!last) return change(at, next, at) / (next.time - at.time);
@@ -57,10 +55,10 @@ bool is_beyond_a_gap(const Window<MovingSample>& moving, std::ptrdiff_t end,
   return std::abs(time(1) - time(0)) > std::abs(time(3) - time(1));
 }
 
-VectorXd acceleration_from_all(const Window<MovingSample>& moving, bool straight) {
+Coordinates acceleration_from_all(const Window<MovingSample>& moving, bool straight) {
   const MovingSample& at = *moving.at(0);
   const MovingSample *before = moving.at(-1), *after = moving.at(1);
-  if (!before && !after) return VectorXd::Zero(at.velocity.size());
+  if (!before && !after) return Coordinates::Zero(at.velocity.size());
   const MovingSample* const last = before ? moving.at(-2) : moving.at(2);
   if ((before && after) || !last || straight) {
     const MovingSample &a = before ? *before : at, &b = after ? *after : at;
@@ -70,19 +68,20 @@ VectorXd acceleration_from_all(const Window<MovingSample>& moving, bool straight
 }
 
 // What the file gives stands.
-VectorXd completed(const VectorXd& given, const VectorXd& difference) {
+Coordinates completed(const Coordinates& given, const Coordinates& difference) {
   return given.array().isNaN().select(difference, given);
 }
 
-VectorXd acceleration(const Window<MovingSample>& moving) {
+Coordinates acceleration(const Window<MovingSample>& moving) {
   if (moving.at(-2) && moving.at(2)) return acceleration_from_all(moving, false);
   const std::ptrdiff_t inwards = moving.at(-2) ? -1 : 1;
   const std::ptrdiff_t end = moving.at(-inwards) ? -inwards : 0;
   if (!moving.at(end + 4 * inwards)) return acceleration_from_all(moving, false);
   if (is_beyond_a_gap(moving, end, inwards)) return acceleration_from_all(moving, true);
   const MovingSample& at = *moving.at(0);
-  const VectorXd from_central = slope(at.sample.time, *moving.at(end + inwards),
-                                      *moving.at(end + 2 * inwards), *moving.at(end + 3 * inwards));
+  const Coordinates from_central =
+      slope(at.sample.time, *moving.at(end + inwards), *moving.at(end + 2 * inwards),
+            *moving.at(end + 3 * inwards));
   return at.sample.velocity.array().isNaN().select(from_central,
                                                    acceleration_from_all(moving, false));
 }

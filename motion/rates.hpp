@@ -2,8 +2,6 @@
 
 #include <optional>
 
-#include <Eigen/Core>
-
 #include "motion/motion_file.hpp"
 #include "motion/window.hpp"
 
@@ -12,15 +10,15 @@ namespace tavo::motion {
 /// A sample with its velocity: linear and angular of the root, in the root's frame (m/s, rad/s),
 /// then the joints (rad/s).
 struct MovingSample {
-  Sample sample;
-  Eigen::VectorXd velocity;
+  Sample sample;         ///< As the file has it.
+  Coordinates velocity;  ///< In coordinate order.
 };
 
 /// A sample with its rates. The acceleration is the time derivative of the velocity's components.
 struct State {
-  Sample sample;
-  Eigen::VectorXd velocity;
-  Eigen::VectorXd acceleration;
+  Sample sample;             ///< As the file has it.
+  Coordinates velocity;      ///< In coordinate order (m/s, rad/s).
+  Coordinates acceleration;  ///< In coordinate order (m/s2, rad/s2).
 };
 
 /// Adds to a stream of samples the rates that it does not give, by differences in double. Inside
@@ -43,6 +41,7 @@ struct State {
 /// that stand. No more than nine samples are kept at a time.
 class StateStream {
  public:
+  /// `source` gives the samples, in order of time; nothing past the last.
   explicit StateStream(Window<Sample>::Source source);
   StateStream(const StateStream&) = delete;
   StateStream& operator=(const StateStream&) = delete;

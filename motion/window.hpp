@@ -16,6 +16,7 @@ class Window {
   /// Gives the next item of the sequence; nothing past its end.
   using Source = std::function<std::optional<T>()>;
 
+  /// Sees `reach` items to either side.
   Window(Source source, std::size_t reach) : source_(std::move(source)), reach_(reach) {}
 
   /// Goes on to the next item, the first at the first call. False past the end.
@@ -48,7 +49,7 @@ class Window {
   Source source_;
   std::size_t reach_;
   std::deque<T> items_;
-  std::size_t at_ = 0;  // among items_
+  std::size_t at_ = 0;  ///< among items_
   bool started_ = false, ended_ = false;
 };
 

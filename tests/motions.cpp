@@ -13,6 +13,8 @@
 
 #include <Eigen/Geometry>
 
+#include "motion/motion_writer.hpp"
+
 namespace motions {
 namespace {
 
@@ -26,9 +28,6 @@ struct Motion {
   std::vector<std::string> header;
   std::vector<std::vector<double>> rows;
 
-  std::size_t column(const std::string& name) const {
-    return static_cast<std::size_t>(std::find(header.begin(), header.end(), name) - header.begin());
-  }
   std::string text() const {
     std::ostringstream out;
     out << std::fixed << std::setprecision(9);
@@ -132,7 +131,10 @@ class Robot {
     return sole_world * sole_root.inverse();
   }
 
-  std::vector<double> joints() const { return joints_; }
+  Eigen::VectorXd joints() const {
+    return Eigen::VectorXd::Map(joints_.data(), static_cast<Eigen::Index>(joints_.size()));
+  }
+  tavo::motion::RobotNames names() const { return tavo::motion::names_of(*system_); }
 
  private:
   void set(const Angles& angles) {
@@ -152,22 +154,25 @@ struct Posture {
   Isometry3d moved = Isometry3d::Identity();
 };
 
-Motion posed(double duration, double rate, double start,
-             const std::function<Posture(double)>& posture_at) {
+std::string posed(double duration, double rate, double start,
+                  const std::function<Posture(double)>& posture_at) {
   Robot robot;
-  Motion motion;
-  motion.header = {"time", "x", "y", "z", "qw", "qx", "qy", "qz"};
-  motion.header.insert(motion.header.end(), walk().header.begin() + 7, walk().header.begin() + 29);
+  std::ostringstream out;
+  tavo::motion::MotionWriter writer(out, robot.names());
+  const Eigen::VectorXd not_given = Eigen::VectorXd::Constant(28, std::nan(""));
   for (int i = 0; i <= std::lround(duration * rate); ++i) {
     const Posture posture = posture_at(i / rate);
     const Isometry3d root = posture.moved * robot.standing_on("LAnkleRoll", posture.angles);
-    const Eigen::Quaterniond q(root.linear());
-    const Vector3d p = root.translation();
-    motion.rows.push_back({start + i / rate, p.x(), p.y(), p.z(), q.w(), q.x(), q.y(), q.z()});
-    const std::vector<double> joints = robot.joints();
-    motion.rows.back().insert(motion.rows.back().end(), joints.begin(), joints.end());
+    writer.add({0,
+                start + i / rate,
+                root.translation(),
+                root.linear(),
+                robot.joints(),
+                {},
+                not_given,
+                not_given});
   }
-  return motion;
+  return out.str();
 }
 
 // From 0 to 1 and smooth, while t goes from `from` to `to`.
@@ -238,13 +243,13 @@ Posture head_shake(double t) {
   return posture;
 }
 
-const std::map<std::string, std::function<Motion()>>& all() {
-  static const std::map<std::string, std::function<Motion()>> motions = {
-      {"walk_x", [] { return turned_walk(0); }},
-      {"walk_y", [] { return turned_walk(pi / 2); }},
-      {"walk_diagonal", [] { return turned_walk(pi / 4); }},
-      {"to_and_fro", to_and_fro},
-      {"circle", circle},
+const std::map<std::string, std::function<std::string()>>& all() {
+  static const std::map<std::string, std::function<std::string()>> motions = {
+      {"walk_x", [] { return turned_walk(0).text(); }},
+      {"walk_y", [] { return turned_walk(pi / 2).text(); }},
+      {"walk_diagonal", [] { return turned_walk(pi / 4).text(); }},
+      {"to_and_fro", [] { return to_and_fro().text(); }},
+      {"circle", [] { return circle().text(); }},
       {"turn", [] { return posed(8, 100, 0, turn); }},
       {"squats", [] { return posed(60, 100, 0, squat); }},
       {"one_leg", [] { return posed(10, 100, 0, on_one_leg); }},
@@ -263,11 +268,11 @@ std::vector<std::string> names() {
 }
 
 std::string csv(const std::string& name) {
-  return all().at(name)().text();
+  return all().at(name)();
 }
 
 std::string squats(int count, double rate, double start) {
-  return posed(3 * count, rate, start, squat).text();
+  return posed(3 * count, rate, start, squat);
 }
 
 }  // namespace motions

@@ -17,7 +17,7 @@ KT::Math::Transform pose(const motion::Sample& sample) {
   return t;
 }
 
-KT::Math::Velocity6D root_rate(const Eigen::VectorXd& rates) {
+KT::Math::Velocity6D root_rate(const motion::Coordinates& rates) {
   const auto rate = [&rates](int i) { return static_cast<float>(rates(i)); };
   return {rate(0), rate(1), rate(2), rate(3), rate(4), rate(5)};
 }

@@ -1,24 +1,14 @@
 #include "apps/replay/results_file.hpp"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
 #include <utility>
 
+#include "motion/append_number.hpp"
 #include "motion/standard_streams.hpp"
 
 namespace replay {
 namespace motion = tavo::motion;
-namespace {
-
-template <class Number>
-void append(std::string& line, Number value) {
-  char digits[32];
-  line.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
-}
-
-}  // namespace
-
 ResultsFile::ResultsFile(const std::filesystem::path& path, std::vector<Signal> signals)
     : path_(path), file_(path), signals_(std::move(signals)) {
   for (const Signal& signal : signals_) {
@@ -33,10 +23,10 @@ std::optional<std::string> ResultsFile::add(double time, const tavo::RigidBodySy
   row_.clear();
   for (const Signal& signal : signals_) signal.read(system, row_);
   line_.clear();
-  append(line_, time);
+  motion::append_number(line_, time);
   for (const float value : row_) {
     line_ += ',';
-    append(line_, value);
+    motion::append_number(line_, value);
   }
   line_ += '\n';
   file_.write(line_);
