@@ -126,6 +126,17 @@ TEST_F(ReplayPlot, ViewCanBeChosen) {
       Picture(svg(walk_y, "--view auto")).has("Side view, y against z: figures darken with time"));
 }
 
+// Heads stand close enough for these times to meet if each were just above its own.
+TEST_F(ReplayPlot, KeepsTimesApartOverHeads) {
+  Table rows = walk();
+  for (std::size_t i = 1; i < rows.size(); ++i) rows[i][0] = "1" + std::to_string(1000 + i);
+  const Picture picture(svg(text(rows)));
+  EXPECT_EQ(picture.overlaps(), std::vector<std::string>());
+  EXPECT_EQ(std::count_if(picture.texts.begin(), picture.texts.end(),
+                          [](const Picture::Text& text) { return text.text.ends_with(" s"); }),
+            9 + 2);  // the title, the axis
+}
+
 // The principal axis of a path, wherever it lies and whichever way it is walked; a circle has none.
 TEST(Travel, IsAlongThePath) {
   const auto name_of = [](double degrees, double across) {

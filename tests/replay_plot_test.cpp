@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <numbers>
 #include <string>
 #include <utility>
 #include <vector>
@@ -214,6 +215,27 @@ TEST(ChosenFigures, StandApartWhereTheRobotWaits) {
   postures.resize(90);
   EXPECT_EQ(replay::chosen_figures(postures, 9, &side).size(), 1U);
   EXPECT_TRUE(replay::chosen_figures({}, 9, &side).empty());
+}
+
+// A short dip on a long way is no far posture, but the lowest. Of many periods the first is shown.
+TEST(ChosenFigures, ShowExtremesAndTheFirstOfManyPeriods) {
+  const auto posture = [](double time, double x, double z) {
+    return Posture{time, {x, 0, z}, {}, {{x, 0, 0}, {x, 0, z}}};
+  };
+  std::vector<Posture> way, squats;
+  for (int i = 0; i <= 300; ++i) {
+    way.push_back(posture(i, 0.01 * i, i == 77 ? 0.25 : 0.3));
+    squats.push_back(posture(i, 0, 0.3 + 0.1 * std::cos(2 * std::numbers::pi * i / 30)));
+  }
+  const replay::View side(0);
+  const auto on_way = replay::chosen_figures(way, 9, &side);
+  EXPECT_EQ(on_way.size(), 9U);
+  EXPECT_TRUE(std::any_of(on_way.begin(), on_way.end(),
+                          [](const auto& figure) { return figure.posture->time == 77; }));
+  const auto in_squats = replay::chosen_figures(squats, 6, nullptr);
+  ASSERT_EQ(in_squats.size(), 6U);
+  EXPECT_LE(in_squats[4].posture->time, 30);
+  EXPECT_EQ(in_squats[5].posture->time, 300);
 }
 
 }  // namespace
