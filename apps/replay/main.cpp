@@ -1,3 +1,4 @@
+#include <functional>
 #include <iostream>
 #include <map>
 #include <memory>
@@ -25,41 +26,37 @@ constexpr char examples[] =
 constexpr char files[] =
     "  share/doc/orvek23/apps/replay/README.md (beside bin/)  columns, units, errors\n";
 
-// Names that are hard to type on a command line have a second one.
-const std::map<std::string, char> separators = {{",", ','},     {";", ';'},         {"\t", '\t'},
-                                                {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}};
+// What one of several words sets; `words` says them in a message.
+template <class Value, class Target>
+std::function<void(const std::string&)> chosen(const std::string& option, const std::string& words,
+                                               std::map<std::string, Value> values,
+                                               Target& target) {
+  return [=, &target](const std::string& word) {
+    const auto found = values.find(word);
+    if (found == values.end()) {
+      throw CLI::ValidationError(option, tavo::motion::quoted(word) + " is none of " + words);
+    }
+    target = found->second;
+  };
+}
 
 void declare_reading(CLI::App& app, tavo::motion::MotionOptions& reading) {
-  const auto set = [&reading](const std::string& name) {
-    const auto found = separators.find(name);
-    if (found == separators.end()) {
-      throw CLI::ValidationError("--separator",
-                                 tavo::motion::quoted(name) + " is none of ',', ';', tab");
-    }
-    reading.separator = found->second;
-  };
-  app.add_option_function<std::string>(
-         "--separator", set,
-         "What is between the motion's fields: ',', ';' or tab; else\n"
-         "its header tells")
+  const std::map<std::string, char> separators = {
+      {",", ','}, {";", ';'}, {"\t", '\t'}, {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}};
+  app.add_option_function("--separator",
+                          chosen("--separator", "',', ';', tab", separators, reading.separator),
+                          "What is between the motion's fields: ',', ';' or tab; else\n"
+                          "its header tells")
       ->option_text("C");
   app.add_flag("--ignore-unknown", reading.ignore_unknown, "Pass over columns that no motion has");
 }
 
 void declare_view(CLI::App& app, replay::ViewChoice& view, CLI::Option* plot) {
-  const auto set = [&view](const std::string& name) {
-    const std::map<std::string, replay::ViewChoice> views = {
-        {"x", replay::ViewChoice::x},
-        {"y", replay::ViewChoice::y},
-        {"auto", replay::ViewChoice::automatic}};
-    const auto found = views.find(name);
-    if (found == views.end()) {
-      throw CLI::ValidationError("--view", tavo::motion::quoted(name) + " is none of x, y, auto");
-    }
-    view = found->second;
-  };
-  app.add_option_function<std::string>(
-         "--view", set, "Its axis to the right, x, y or auto: the direction of travel")
+  using replay::ViewChoice;
+  const std::map<std::string, ViewChoice> views = {
+      {"x", ViewChoice::x}, {"y", ViewChoice::y}, {"auto", ViewChoice::automatic}};
+  app.add_option_function("--view", chosen("--view", "x, y, auto", views, view),
+                          "Its axis to the right, x, y or auto: the direction of travel")
       ->option_text("AXIS")
       ->needs(plot);
 }
