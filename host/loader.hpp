@@ -82,10 +82,14 @@ class Plugin {
 
 /// RigidBodySystem::computePartialComJacobian into a matrix that the host sizes first, to 3 x 28,
 /// so that its storage is made and freed by the host alone, whatever instruction set the host is
-/// compiled for. Allocates only if J has another size; throws std::bad_alloc if that fails.
+/// compiled for. Allocates only if J has another size. As with the operation itself, J keeps what
+/// it had if i is 23 or more, and if there is no storage: that throws std::bad_alloc.
 inline void partialComJacobian(RigidBodySystem& system, unsigned long i,
                                Eigen::Matrix<float, 3, Eigen::Dynamic>& J) {
-  J.resize(3, 28);
+  if (i >= system.getNbBodies()) return;
+  constexpr Eigen::Index columns = 28;
+  // Not J.resize(): Eigen frees the old storage first, and again with J if there is no new one.
+  if (J.cols() != columns) Eigen::Matrix<float, 3, Eigen::Dynamic>(3, columns).swap(J);
   system.computePartialComJacobian(i, J);
 }
 

@@ -173,23 +173,49 @@ TEST_F(Allocation, CreateLeaksNothingWhenStorageRunsOut) {
   EXPECT_NE(plugin.create(), nullptr);
 }
 
-TEST_F(Allocation, APartialJacobianWithoutStorageIsKept) {
+using Matrix3X = Eigen::Matrix<float, 3, Eigen::Dynamic>;
+struct PartialJacobian {
+  const char* name;
+  void (*compute)(tavo::RigidBodySystem&, unsigned long, Matrix3X&);
+};
+class AllocationOfJ : public Allocation, public testing::WithParamInterface<PartialJacobian> {};
+
+// Storage that is freed before there is new one is freed twice; a matrix sized for an index that
+// computes nothing holds whatever the heap held.
+TEST_P(AllocationOfJ, KeepsWhatItHadWithoutStorageAndBeyondTheBodies) {
   robot.computeFwdKinematics();
-  Eigen::Matrix<float, 3, Eigen::Dynamic> J(3, 5);
+  Matrix3X J(3, 5);
   J << 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15;
   const Eigen::Matrix<float, 3, 5> before = J;
   const float* const storage = J.data();
+  const auto expect_kept = [&](const char* after) {
+    EXPECT_EQ(J.data(), storage) << after;
+    ASSERT_EQ(J.cols(), 5) << after;
+    EXPECT_EQ(J, before) << after;
+  };
   std::string thrown;
-  const auto resize = [&] { robot.computePartialComJacobian(3, J); };
-  const Heap seen = watch([&] { thrown = message_of<std::bad_alloc>(resize); }, 0, 1000);
+  const auto compute = [&] { GetParam().compute(robot, 3, J); };
+  const Heap seen = watch([&] { thrown = message_of<std::bad_alloc>(compute); }, 0, 1000);
   EXPECT_EQ(thrown, "std::bad_alloc");
   EXPECT_EQ(seen.live, 0);
-  EXPECT_EQ(J.data(), storage);
-  ASSERT_EQ(J.cols(), 5);
-  EXPECT_EQ(J, before);
-  const Heap enough = watch(resize);
+  expect_kept("no storage");
+  for (const unsigned long i : {23ul, 24ul, -1ul}) {
+    EXPECT_EQ(watch([&] { GetParam().compute(robot, i, J); }).asked, 0) << i;
+    expect_kept("index beyond the bodies");
+  }
+  const Heap enough = watch(compute);
   EXPECT_EQ(enough.asked, 1);
   EXPECT_EQ(enough.live, 0) << "the old storage went back";
+  EXPECT_EQ(J.cols(), 28);
 }
+
+INSTANTIATE_TEST_SUITE_P(Ways, AllocationOfJ,
+                         testing::Values(PartialJacobian{"operation",
+                                                         [](tavo::RigidBodySystem& robot,
+                                                            unsigned long i, Matrix3X& J) {
+                                                           robot.computePartialComJacobian(i, J);
+                                                         }},
+                                         PartialJacobian{"loader", tavo::partialComJacobian}),
+                         [](const auto& way) { return way.param.name; });
 
 }  // namespace
