@@ -1,9 +1,10 @@
 # Sourced by the other scripts: what each of them needs of Debian, and how it gets there.
 
 build_packages=(g++ cmake ninja-build help2man libeigen3-dev libboost-dev libcli11-dev
-  libtbb-dev)
+  libtbb-dev libtinyxml2-dev)
 test_packages=("${build_packages[@]}" g++-12 clang-14 doxygen dpkg-dev file gnuplot-nox libgtest-dev
-  libkdl-parser-dev liborocos-kdl-dev liburdfdom-dev pkgconf)
+  libdart-utils-urdf-dev libkdl-parser-dev libmujoco-dev liborocos-kdl-dev libsdformat-dev
+  liburdfdom-dev pkgconf)
 
 # Makes sure that the packages named are installed: quietly if they are, with apt if root's rights
 # are to be had without a question, else with an error that names the missing ones.
