@@ -3,6 +3,7 @@
 host=$1 compiler=$2 output=$3
 set -e
 eigen_s_own_warnings_aside=$(pkg-config --cflags eigen3 | sed 's/-I/-isystem/')
+plugin=$(pkg-config --variable=plugin orvek23)
 $compiler -std=c++17 -Wall -Wextra -Werror $eigen_s_own_warnings_aside \
-  "$host" -o pkg_config_host $(pkg-config --cflags --libs orvek23)
-[ -z "$output" ] || ./pkg_config_host "$(pkg-config --variable=plugin orvek23)" | diff "$output" -
+  -DORVEK23_PLUGIN="\"$plugin\"" "$host" -o pkg_config_host $(pkg-config --cflags --libs orvek23)
+[ -z "$output" ] || ./pkg_config_host | diff "$output" -

@@ -26,7 +26,8 @@ function(orvek23_add_plugin name isa)
   add_library(${name} MODULE)
   target_link_libraries(${name} PRIVATE ${name}_objects)
   set(plugin_map "${PROJECT_SOURCE_DIR}/host/plugin.map")
-  target_link_options(${name} PRIVATE "LINKER:--version-script=${plugin_map}")
+  target_link_options(${name} PRIVATE "LINKER:--version-script=${plugin_map}"
+                      "LINKER:-soname,lib${name}.so")  # as Debian asks of all that is in lib/
   if(NOT ORVEK23_SANITIZE)
     target_link_options(${name} PRIVATE LINKER:-z,defs)  # a sanitizer's own symbols come later
   endif()

@@ -14,11 +14,11 @@ function(orvek23_test_document_example name document)
   find_package(Threads REQUIRED)
   add_executable(${name} "${CMAKE_CURRENT_BINARY_DIR}/${name}.cpp")
   target_link_libraries(${name} PRIVATE orvek23::host Threads::Threads)
+  target_compile_definitions(${name} PRIVATE ORVEK23_PLUGIN="$<TARGET_FILE:orvek23>")
   set_target_properties(${name} PROPERTIES CXX_STANDARD 17)
   add_dependencies(${name} orvek23)  # loaded, not linked
   add_test(NAME ${name}
            COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:${name}>
-                   -DARGUMENT=$<TARGET_FILE:orvek23>
                    -DEXPECTED=${CMAKE_CURRENT_BINARY_DIR}/${name}.txt
                    -P "${PROJECT_SOURCE_DIR}/cmake/expect_output.cmake")
   set_tests_properties(${name} PROPERTIES LABELS documents TIMEOUT 60)
