@@ -1,9 +1,16 @@
 #!/usr/bin/env bash
-# Sets up this machine, builds what is shipped and makes a Debian package of it in build/release.
+# Sets up this machine and makes the Debian packages orvek23, orvek23-dev and orvek23-tools in
+# build/package, or in the folder that is named: the same bytes wherever they are made.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/packages.sh
 
-need_packages "${build_packages[@]}" dpkg-dev file
-cmake --preset release
-cmake --build --preset release --target package
+need_packages "${package_packages[@]}"
+folder=${1:-build/package}
+# Of a copy, as the build leaves its files in the sources.
+rm -rf "$folder"
+mkdir -p "$folder/orvek23"
+tar --create --exclude=./build --exclude=./.git . | tar --extract --directory "$folder/orvek23"
+(cd "$folder/orvek23" && dpkg-buildpackage --build=binary --no-sign)
+rm -rf "$folder/orvek23"
+ls "$folder"/*.deb
