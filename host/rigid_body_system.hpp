@@ -46,7 +46,8 @@ class RigidBodySystem {
   /// Not for the host to call: what `create` made goes back through `destroy`.
   virtual ~RigidBodySystem() = default;
 
-  // Names, counts, tables
+  /// @name Names, counts, tables
+  /// @{
 
   /// The name of the system: empty.
   virtual std::string getName() const = 0;
@@ -68,12 +69,17 @@ class RigidBodySystem {
   /// Body index of a name (exact match). Throws std::out_of_range: no body named "...".
   virtual unsigned long getBodyId(const std::string& name) const = 0;
 
-  // Masses, kg
+  /// @}
+
+  /// @name Masses, kg
+  /// @{
 
   /// Replaces the inertia of body i for every object of the process, from the next compute
   /// operation on: mass (kg), centre of mass (m, body frame), rotational inertia about the centre
   /// of mass (kg m2, body axes; only the lower triangle is read). Kept until the library is
-  /// unloaded. Parallel axes: Featherstone 2008, section 2.13.
+  /// unloaded. Nothing is checked: getMass() changes by the difference of the masses, so a mass
+  /// that is not finite spoils it until the next `create` sums anew, even if a good one follows.
+  /// Parallel axes: Featherstone 2008, section 2.13.
   virtual void setBodyInertia(unsigned long i, float mass, const KT::Math::Position3D& com,
                               const Eigen::Matrix<float, 3, 3>& inertia_at_com) = 0;
   /// Mass of all bodies (kg).
@@ -83,7 +89,10 @@ class RigidBodySystem {
   /// Mass of body i (kg).
   virtual float getMass(unsigned long i) const = 0;
 
-  // Root state
+  /// @}
+
+  /// @name Root state
+  /// @{
 
   /// Stores the root's world pose as six coordinates, and what they rebuild as getRootPose().
   virtual void setRootPose(const KT::Math::Transform& pose_world) = 0;
@@ -99,7 +108,11 @@ class RigidBodySystem {
   /// What setRootAcceleration stored.
   virtual KT::Math::Velocity6D getRootAcceleration() const = 0;
 
-  // Joint state. The vector setters read the first 22 entries.
+  /// @}
+
+  /// @name Joint state
+  /// The vector setters read the first 22 entries.
+  /// @{
 
   /// Stores the joint positions (rad). Throws std::invalid_argument, changing nothing, if q has
   /// fewer than 22 entries.
@@ -127,7 +140,11 @@ class RigidBodySystem {
   /// The 22 joint accelerations (rad/s2).
   virtual JointRange getJointAnglesAcc() const = 0;
 
-  // External wrenches: what the surroundings do to a body.
+  /// @}
+
+  /// @name External wrenches
+  /// What the surroundings do to a body.
+  /// @{
 
   /// Wrench on body i: force x, y, z (N), then moment x, y, z (N m) about the body's origin, in the
   /// body's frame. Stays in effect until it is replaced. Throws std::invalid_argument, changing
@@ -138,7 +155,10 @@ class RigidBodySystem {
   virtual void setExternalWrench(unsigned long i, const std::vector<float>& wrench_f,
                                  KT::Math::Transform pose_f_in_body) = 0;
 
-  // Kinematics, then queries on its results
+  /// @}
+
+  /// @name Kinematics, then queries on its results
+  /// @{
 
   /// From the joint positions: getPoseInRoot, getJacobianInRoot, getComPositionInRoot, and the
   /// joint transforms that the mass and partial centre-of-mass operations read. Featherstone 2008,
@@ -193,7 +213,10 @@ class RigidBodySystem {
   /// by computeFwdKinematicsExceptRoot.
   virtual const Eigen::Matrix<float, 6, Eigen::Dynamic>& getJacobianInRoot() const = 0;
 
-  // The model's tables, 23 entries each, in body order
+  /// @}
+
+  /// @name The model's tables, 23 entries each, in body order
+  /// @{
 
   /// Parent of each body, -1 for the root.
   virtual std::vector<std::int64_t> getParentsVector() const = 0;
@@ -202,7 +225,10 @@ class RigidBodySystem {
   /// First coordinate of each body: 0, then 6 to 27.
   virtual std::vector<std::int64_t> getDofIndexesVector() const = 0;
 
-  // Dynamics
+  /// @}
+
+  /// @name Dynamics
+  /// @{
 
   /// Joint torques that produce the current accelerations at the current positions and
   /// velocities, under gravity and the external wrenches; needs no earlier kinematics. Fills the
@@ -212,6 +238,8 @@ class RigidBodySystem {
   virtual float getJointAngleTorque(unsigned long i) const = 0;
   /// The 22 joint torques (N m): filled by computeInverseDynamics.
   virtual JointRange getJointAnglesTorque() const = 0;
+
+  /// @}
 };
 
 }  // namespace tavo
