@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <new>
+#include <ostream>
 #include <string>
 
 #include "tests/plugin_fixture.hpp"
@@ -178,6 +179,9 @@ struct PartialJacobian {
   const char* name;
   void (*compute)(tavo::RigidBodySystem&, unsigned long, Matrix3X&);
 };
+void PrintTo(const PartialJacobian& way, std::ostream* out) {
+  *out << way.name;
+}
 class AllocationOfJ : public Allocation, public testing::WithParamInterface<PartialJacobian> {};
 
 // Storage that is freed before there is new one is freed twice; a matrix sized for an index that

@@ -82,8 +82,7 @@ TEST_F(PluginTest, AMasslessBodySpoilsTheCentresOfMassThatTheDocumentNames) {
     }
     EXPECT_TRUE(robot.getGeneralizedMass().allFinite()) << body;
     EXPECT_TRUE(std::isfinite(robot.getJointAngleTorque(0))) << body;
-    robot.setBodyInertia(body, mass, {},
-                           Eigen::Matrix3f::Zero());
+    robot.setBodyInertia(body, mass, {}, Eigen::Matrix3f::Zero());
   }
 }
 

@@ -14,6 +14,9 @@ struct RootCase {
   const char* name;
   std::size_t coordinates;
 };
+void PrintTo(const RootCase& root, std::ostream* out) {
+  *out << root.name;
+}
 class DartUrdf : public PluginTest, public testing::WithParamInterface<RootCase> {};
 
 // A massless link that is not called "world" gets 1 kg here.

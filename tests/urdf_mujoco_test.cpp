@@ -26,6 +26,9 @@ struct RootCase {
   const char* name;
   int coordinates, bodies;  // bodies: with the world's
 };
+void PrintTo(const RootCase& root, std::ostream* out) {
+  *out << root.name;
+}
 class MujocoUrdf : public PluginTest, public testing::WithParamInterface<RootCase> {};
 
 // Zero inertias are refused; a link that does not move and its mass are lost unless told otherwise.
