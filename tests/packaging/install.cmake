@@ -5,6 +5,20 @@ execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${TREE}-
                 OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
 file(RENAME "${TREE}-first" "${TREE}")
 
+# The Debian packages are the components: what is in none of them would be missing there.
+file(REMOVE_RECURSE "${TREE}-parts")
+foreach(component runtime dev tools)
+  execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${TREE}-parts"
+                          --component ${component}
+                  OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
+endforeach()
+file(GLOB_RECURSE whole RELATIVE "${TREE}" "${TREE}/*")
+file(GLOB_RECURSE parts RELATIVE "${TREE}-parts" "${TREE}-parts/*")
+if(NOT whole STREQUAL parts)
+  list(REMOVE_ITEM whole ${parts})
+  message(FATAL_ERROR "In no component: ${whole}")
+endif()
+
 execute_process(COMMAND grep -rIlF -e "${BUILD}" -e "${SOURCE}" -e "${TREE}" "${TREE}"
                 OUTPUT_VARIABLE files RESULT_VARIABLE absent)
 if(NOT absent EQUAL 1)
