@@ -31,7 +31,7 @@ RootResidual::RootResidual(const tavo::RigidBodySystem& system,
   for (unsigned long i = 0; i < system.getNbBodies(); ++i) {
     const Pose pose = as_pose(system.getPose(i));
     const KT::Math::Position3D com = system.getComPosition(i);
-    Body body{};
+    Body body;
     body.parent = parents[i] < 0 ? i : static_cast<unsigned long>(parents[i]);
     body.joint = coordinates[i];
     body.mass = system.getMass(i);

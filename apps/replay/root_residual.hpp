@@ -31,13 +31,13 @@ class RootResidual {
 
  private:
   struct Body {
-    unsigned long parent;  // of the root: itself
-    Eigen::Index joint;    // its coordinate
-    double mass;           // kg
-    Eigen::Vector3d com;   // m, in its own frame
+    unsigned long parent = 0;                       // of the root: itself
+    Eigen::Index joint = 0;                         // its coordinate
+    double mass = 0;                                // kg
+    Eigen::Vector3d com = Eigen::Vector3d::Zero();  // m, in its own frame
     // In the root's axes: spatial velocity and acceleration (gravity as an upward acceleration) of
     // the body's frame, at the root's origin (Featherstone 2008, section 5.3).
-    Eigen::Vector3d w, v, dw, dv;
+    Eigen::Vector3d w = com, v = com, dw = com, dv = com;
   };
 
   std::vector<unsigned long> wrench_bodies_;
