@@ -5,38 +5,25 @@
 #include <iomanip>
 #include <sstream>
 
+#include "apps/replay/decimals.hpp"
 #include "motion/robot_names.hpp"
 
 namespace replay {
 namespace {
 
-std::string fixed(double value, int decimals) {
-  std::ostringstream out;
-  out << std::fixed << std::setprecision(decimals) << value;
-  std::string text = out.str();
-  const bool zero = text.find_first_of("123456789") == std::string::npos;
-  if (zero && text[0] == '-') text.erase(0, 1);
-  return text;
-}
-
 std::string range(double from, double to) {
-  return fixed(from, 3) + " to " + fixed(to, 3);
+  return fixed_text(from, 3) + " to " + fixed_text(to, 3);
 }
 
 // What is small is rounding: its size matters, not its digits.
 std::string magnitude(double value) {
-  if (value == 0 || value >= 0.005) return fixed(value, 2);
+  if (value == 0 || value >= 0.005) return fixed_text(value, 2);
   std::ostringstream out;
   out << std::scientific << std::setprecision(0) << value;
   return out.str();
 }
 
 }  // namespace
-
-int decimals_of_time(double step) {
-  if (!(step > 0)) return 2;
-  return std::clamp(static_cast<int>(std::ceil(-std::log10(step) - 1e-6)), 2, 9);
-}
 
 void Summary::Peak::add(double candidate, double at) {
   if (candidate > value) *this = {candidate, at};
@@ -108,41 +95,46 @@ void Summary::add_root(const motion::Sample& sample) {
 
 void Summary::print(std::ostream& out) const {
   const double duration = last_time_ - first_time_;
-  out << "samples         " << samples_ << " over "
-      << fixed(duration, decimals_of_time(duration / static_cast<double>(samples_ - 1))) << " s";
+  out << "samples         " << samples_ << " over " << fixed_text(duration, decimals_of_time())
+      << " s";
   if (left_out_ > 0) {
     out << "; " << left_out_ << " of them left out below: their results are not finite";
   }
   out << "\n";
   if (left_out_ == samples_) return;
-  out << "root            " << fixed((last_root_ - *first_root_).norm(), 3)
-      << " m from start to end, " << fixed(root_path_, 3) << " m along its path (horizontal)\n";
+  out << "root            " << fixed_text((last_root_ - *first_root_).norm(), 3)
+      << " m from start to end, " << fixed_text(root_path_, 3)
+      << " m along its path (horizontal)\n";
   const Eigen::Vector3d low = com_range_.min(), high = com_range_.max();
   out << "centre of mass  x " << range(low.x(), high.x()) << ", y " << range(low.y(), high.y())
       << ", z " << range(low.z(), high.z()) << " m\n";
   const Foot& highest = *std::max_element(
       feet_.begin(), feet_.end(),
       [](const Foot& a, const Foot& b) { return a.clearance.value < b.clearance.value; });
-  out << "foot clearance  " << fixed(highest.clearance.value, 3) << " m at most, " << highest.name
-      << at(highest.clearance.time) << "\n";
+  out << "foot clearance  " << fixed_text(highest.clearance.value, 3) << " m at most, "
+      << highest.name << at(highest.clearance.time) << "\n";
   print_torques(out);
   print_wrenches(out);
 }
 
+// As many as tell samples apart, which are even in the mean; two at least.
+int Summary::decimals_of_time() const {
+  return std::max(2, decimals_of((last_time_ - first_time_) / static_cast<double>(samples_ - 1)));
+}
+
 std::string Summary::at(double time) const {
-  const double step = (last_time_ - first_time_) / static_cast<double>(samples_ - 1);
-  return " at " + fixed(time, decimals_of_time(step)) + " s";
+  return " at " + fixed_text(time, decimals_of_time()) + " s";
 }
 
 void Summary::print_torques(std::ostream& out) const {
   std::vector<Joint> ranking = joints_;
   std::stable_sort(ranking.begin(), ranking.end(),
                    [](const Joint& a, const Joint& b) { return a.torque.value > b.torque.value; });
-  out << "largest torque  " << fixed(ranking[0].torque.value, 2) << " N m, " << ranking[0].name
+  out << "largest torque  " << fixed_text(ranking[0].torque.value, 2) << " N m, " << ranking[0].name
       << at(ranking[0].torque.time) << "\n"
       << "                then ";
   for (std::size_t i = 1; i < 6; ++i) {
-    out << (i > 1 ? ", " : "") << ranking[i].name << " " << fixed(ranking[i].torque.value, 2);
+    out << (i > 1 ? ", " : "") << ranking[i].name << " " << fixed_text(ranking[i].torque.value, 2);
   }
   out << "\n";
 }

@@ -19,9 +19,6 @@
 namespace replay {
 namespace motion = tavo::motion;
 
-/// Decimals of a time (s) that tell samples apart which are `step` apart in the mean; two at least.
-int decimals_of_time(double step);
-
 /// What a motion amounts to, gathered sample by sample.
 class Summary {
  public:
@@ -69,6 +66,7 @@ class Summary {
   std::optional<std::string> first_not_finite(const tavo::RigidBodySystem& system,
                                               const RootResidual::Wrench& residual) const;
   void add_root(const motion::Sample& sample);
+  int decimals_of_time() const;
   std::string at(double time) const;
   void print_torques(std::ostream& out) const;
   void print_wrenches(std::ostream& out) const;

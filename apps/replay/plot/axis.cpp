@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdio>
 
+#include "apps/replay/decimals.hpp"
+
 namespace replay {
 namespace {
 
@@ -87,16 +89,6 @@ Axis round_axis(const std::string& name, const std::string& unit, const Interval
   std::snprintf(start, sizeof start, "%.12g", zero);
   return {name + ", " + unit + (zero != 0 ? " (0 is " + std::string(start) + ")" : ""), range,
           marks};
-}
-
-int decimals_of(double step) {
-  return std::max(0, -static_cast<int>(std::floor(std::log10(step) + 1e-9)));
-}
-
-std::string fixed_text(double value, int decimals) {
-  char text[400];
-  std::snprintf(text, sizeof text, "%.*f", decimals, value);
-  return text;
 }
 
 }  // namespace replay

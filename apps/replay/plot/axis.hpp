@@ -40,10 +40,4 @@ double origin_of(const Interval& range, double start);
 Axis round_axis(const std::string& name, const std::string& unit, const Interval& range, double px,
                 Direction direction, const double* origin = nullptr);
 
-/// Decimals that tell multiples of `step` apart.
-int decimals_of(double step);
-
-/// `value` with so many decimals.
-std::string fixed_text(double value, int decimals);
-
 }  // namespace replay

@@ -6,6 +6,7 @@
 #include <sstream>
 #include <vector>
 
+#include "apps/replay/decimals.hpp"
 #include "apps/replay/plot/colours.hpp"
 
 namespace replay {
