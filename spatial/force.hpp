@@ -20,16 +20,18 @@ class ForceT {
   constexpr const Vector& n() const { return n_; }
   constexpr const Vector& f() const { return f_; }
 
-  friend constexpr ForceT operator+(const ForceT& a, const ForceT& b) {
-    return {a.n_ + b.n_, a.f_ + b.f_};
-  }
-  friend constexpr ForceT operator-(const ForceT& a, const ForceT& b) {
-    return {a.n_ - b.n_, a.f_ - b.f_};
-  }
-
  private:
   Vector n_, f_;
 };
+
+template <class S>
+constexpr ForceT<S> operator+(const ForceT<S>& a, const ForceT<S>& b) {
+  return {a.n() + b.n(), a.f() + b.f()};
+}
+template <class S>
+constexpr ForceT<S> operator-(const ForceT<S>& a, const ForceT<S>& b) {
+  return {a.n() - b.n(), a.f() - b.f()};
+}
 
 /// m x* F. Featherstone 2008, equation 2.32.
 template <class S>

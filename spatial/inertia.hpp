@@ -34,20 +34,22 @@ class InertiaT {
   constexpr const Vector& h() const { return h_; }
   constexpr const Symmetric& I() const { return I_; }
 
-  friend constexpr InertiaT operator+(const InertiaT& a, const InertiaT& b) {
-    return {a.m_ + b.m_, a.h_ + b.h_, a.I_ + b.I_};
-  }
-
-  /// Momentum of a velocity, or inertial force of an acceleration.
-  friend constexpr ForceT<S> operator*(const InertiaT& i, const MotionT<S>& m) {
-    return {i.I_ * m.w() + i.h_.cross(m.v()), i.m_ * m.v() - i.h_.cross(m.w())};
-  }
-
  private:
   S m_;
   Vector h_;
   Symmetric I_;
 };
+
+template <class S>
+constexpr InertiaT<S> operator+(const InertiaT<S>& a, const InertiaT<S>& b) {
+  return {a.m() + b.m(), a.h() + b.h(), a.I() + b.I()};
+}
+
+/// Momentum of a velocity, or inertial force of an acceleration.
+template <class S>
+constexpr ForceT<S> operator*(const InertiaT<S>& i, const MotionT<S>& m) {
+  return {i.I() * m.w() + i.h().cross(m.v()), i.m() * m.v() - i.h().cross(m.w())};
+}
 
 using Inertia = InertiaT<float>;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 #include "spatial/vector.hpp"
 
 namespace metapod::Spatial {
@@ -20,11 +22,6 @@ class MotionT {
   constexpr const Vector& v() const { return v_; }
   constexpr Vector& w() { return w_; }
 
-  friend constexpr MotionT operator+(const MotionT& a, const MotionT& b) {
-    return {a.w_ + b.w_, a.v_ + b.v_};
-  }
-  friend constexpr MotionT operator*(S k, const MotionT& m) { return {k * m.w_, k * m.v_}; }
-
   /// m x m2. Featherstone 2008, equation 2.31.
   constexpr MotionT cross(const MotionT& m2) const {
     return {w_.cross(m2.w_), w_.cross(m2.v_) + v_.cross(m2.w_)};
@@ -33,6 +30,15 @@ class MotionT {
  private:
   Vector w_, v_;
 };
+
+template <class S>
+constexpr MotionT<S> operator+(const MotionT<S>& a, const MotionT<S>& b) {
+  return {a.w() + b.w(), a.v() + b.v()};
+}
+template <class S>
+constexpr MotionT<S> operator*(std::type_identity_t<S> k, const MotionT<S>& m) {
+  return {k * m.w(), k * m.v()};
+}
 
 using Motion = MotionT<float>;
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <type_traits>
+
 namespace metapod::Spatial {
 
 /// Three components x, y, z. S is the scalar: float, or any type with its arithmetic, such as floats
@@ -24,19 +26,6 @@ class Vector3T {
 
   constexpr Vector3T operator-() const { return {-x(), -y(), -z()}; }
 
-  friend constexpr Vector3T operator+(const Vector3T& a, const Vector3T& b) {
-    return {a.x() + b.x(), a.y() + b.y(), a.z() + b.z()};
-  }
-  friend constexpr Vector3T operator-(const Vector3T& a, const Vector3T& b) {
-    return {a.x() - b.x(), a.y() - b.y(), a.z() - b.z()};
-  }
-  friend constexpr Vector3T operator*(S k, const Vector3T& a) {
-    return {k * a.x(), k * a.y(), k * a.z()};
-  }
-  friend constexpr Vector3T operator/(const Vector3T& a, S k) {
-    return {a.x() / k, a.y() / k, a.z() / k};
-  }
-
   constexpr S dot(const Vector3T& b) const { return x() * b.x() + y() * b.y() + z() * b.z(); }
   constexpr Vector3T cross(const Vector3T& b) const {
     return {y() * b.z() - z() * b.y(), z() * b.x() - x() * b.z(), x() * b.y() - y() * b.x()};
@@ -45,6 +34,25 @@ class Vector3T {
  private:
   S e_[3];
 };
+
+// Operators are no friends: g++ 12 takes what is defined inside a class template out of the region of
+// source that it stands in, and compiles it for the lowest instruction set.
+template <class S>
+constexpr Vector3T<S> operator+(const Vector3T<S>& a, const Vector3T<S>& b) {
+  return {a.x() + b.x(), a.y() + b.y(), a.z() + b.z()};
+}
+template <class S>
+constexpr Vector3T<S> operator-(const Vector3T<S>& a, const Vector3T<S>& b) {
+  return {a.x() - b.x(), a.y() - b.y(), a.z() - b.z()};
+}
+template <class S>
+constexpr Vector3T<S> operator*(std::type_identity_t<S> k, const Vector3T<S>& a) {
+  return {k * a.x(), k * a.y(), k * a.z()};
+}
+template <class S>
+constexpr Vector3T<S> operator/(const Vector3T<S>& a, std::type_identity_t<S> k) {
+  return {a.x() / k, a.y() / k, a.z() / k};
+}
 
 /// A symmetric 3 x 3 matrix, held as its lower triangle.
 template <class S>
@@ -63,19 +71,21 @@ class SymmetricMatrix3T {
   constexpr S zy() const { return e_[4]; }
   constexpr S zz() const { return e_[5]; }
 
-  friend constexpr SymmetricMatrix3T operator+(const SymmetricMatrix3T& a,
-                                               const SymmetricMatrix3T& b) {
-    return {a.xx() + b.xx(), a.yx() + b.yx(), a.yy() + b.yy(),
-            a.zx() + b.zx(), a.zy() + b.zy(), a.zz() + b.zz()};
-  }
-  friend constexpr Vector3T<S> operator*(const SymmetricMatrix3T& a, const Vector3T<S>& b) {
-    return {Vector3T<S>(a.xx(), a.yx(), a.zx()).dot(b), Vector3T<S>(a.yx(), a.yy(), a.zy()).dot(b),
-            Vector3T<S>(a.zx(), a.zy(), a.zz()).dot(b)};
-  }
-
  private:
   S e_[6];
 };
+
+template <class S>
+constexpr SymmetricMatrix3T<S> operator+(const SymmetricMatrix3T<S>& a,
+                                         const SymmetricMatrix3T<S>& b) {
+  return {a.xx() + b.xx(), a.yx() + b.yx(), a.yy() + b.yy(),
+          a.zx() + b.zx(), a.zy() + b.zy(), a.zz() + b.zz()};
+}
+template <class S>
+constexpr Vector3T<S> operator*(const SymmetricMatrix3T<S>& a, const Vector3T<S>& b) {
+  return {Vector3T<S>(a.xx(), a.yx(), a.zx()).dot(b), Vector3T<S>(a.yx(), a.yy(), a.zy()).dot(b),
+          Vector3T<S>(a.zx(), a.zy(), a.zz()).dot(b)};
+}
 
 using Vector3 = Vector3T<float>;
 using SymmetricMatrix3 = SymmetricMatrix3T<float>;
