@@ -29,7 +29,8 @@ namespace {
 constexpr std::size_t nb_bodies = metapod::orvek23::nb_bodies;
 
 const Kernel& kernel_of_this_machine() {
-#ifdef __x86_64__
+  // Unoptimized, g++ 12 does not align the stack of every function that holds wide vectors.
+#if defined(__x86_64__) && (defined(__OPTIMIZE__) || defined(__clang__))
   __builtin_cpu_init();
   if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
       __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl")) {

@@ -13,6 +13,9 @@ function(orvek23_add_plugin name isa)
               "${PROJECT_SOURCE_DIR}/model/orvek23.cpp" "${PROJECT_SOURCE_DIR}/host/plugin.cpp")
   if(isa MATCHES "^(auto|avx2)$" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
     target_sources(${name}_objects PRIVATE "${PROJECT_SOURCE_DIR}/host/passes_avx2.cpp")
+    # The passes take no canary where the flags of a distribution ask for one: docs/packages.md.
+    set_source_files_properties("${PROJECT_SOURCE_DIR}/host/passes_avx2.cpp" PROPERTIES
+                                COMPILE_OPTIONS -fno-stack-protector)
   endif()
   target_link_libraries(${name}_objects PUBLIC orvek23_core orvek23_host)
   target_compile_definitions(${name}_objects PRIVATE ORVEK23_ISA_${pinned})
