@@ -34,8 +34,7 @@ constexpr Spatial::MotionT<S> acceleration(const Spatial::MotionT<S>& X_a,
 
 /// f_i = v_i x* (I_i v_i) + I_i a_i - fext_i
 template <class S>
-constexpr Spatial::ForceT<S> body_force(const Spatial::MotionT<S>& v,
-                                        const Spatial::ForceT<S>& I_v,
+constexpr Spatial::ForceT<S> body_force(const Spatial::MotionT<S>& v, const Spatial::ForceT<S>& I_v,
                                         const Spatial::ForceT<S>& I_a,
                                         const Spatial::ForceT<S>& fext) {
   return cross(v, I_v) + I_a - fext;

@@ -3,18 +3,17 @@
 #include <algorithm>
 #include <cstddef>
 #include <new>
-#include <stdexcept>
-#include <string>
-#include <thread>
-#include <utility>
-#include <vector>
-
 #include <oneapi/tbb/blocked_range.h>
 #include <oneapi/tbb/global_control.h>
 #include <oneapi/tbb/info.h>
 #include <oneapi/tbb/parallel_for.h>
 #include <oneapi/tbb/partitioner.h>
 #include <oneapi/tbb/task_arena.h>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "batch/evaluate.hpp"
 #include "batch/kernel.hpp"
@@ -29,8 +28,7 @@ namespace {
 constexpr std::size_t nb_bodies = metapod::orvek23::nb_bodies;
 
 const Kernel& kernel_of_this_machine() {
-  // Unoptimized, g++ 12 does not align the stack of every function that holds wide vectors.
-#if defined(__x86_64__) && (defined(__OPTIMIZE__) || defined(__clang__))
+#ifdef __x86_64__
   __builtin_cpu_init();
   if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
       __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl")) {
@@ -128,8 +126,8 @@ struct Engine::Impl {
 };
 
 Engine::Engine(unsigned threads)
-    : impl_(std::make_unique<Impl>(
-          threads != 0 ? threads : static_cast<unsigned>(default_concurrency()))) {}
+    : impl_(std::make_unique<Impl>(threads != 0 ? threads
+                                                : static_cast<unsigned>(default_concurrency()))) {}
 Engine::~Engine() = default;
 Engine::Engine(Engine&&) noexcept = default;
 Engine& Engine::operator=(Engine&&) noexcept = default;
@@ -162,8 +160,7 @@ void Engine::evaluate(const Inputs& in, const Outputs& out) {
         Range(0, nb_blocks, 4),
         [&](const Range& range) {
           const int thread = oneapi::tbb::this_task_arena::current_thread_index();
-          blocks(range.begin(), range.end(),
-                 impl_->workspaces[static_cast<std::size_t>(thread)]);
+          blocks(range.begin(), range.end(), impl_->workspaces[static_cast<std::size_t>(thread)]);
         },
         oneapi::tbb::auto_partitioner());
   });

@@ -22,7 +22,8 @@
 #include "spatial/rotation.hpp"
 #include "spatial/transform.hpp"
 
-/// The visitors of algorithms/ on lanes of states: what the plug-in's operations do, in their order.
+/// The visitors of algorithms/ on lanes of states: what the plug-in's operations do, in their
+/// order.
 namespace metapod::batch {
 
 /// A robot in many states, whose inertias are those of a call.
@@ -67,7 +68,8 @@ class Evaluation {
     if (out.torques) {
       load_wrenches(in, block);
       inverse_dynamics();
-      store(nb_dofs, [&](std::size_t i) -> const auto& { return torques_[i]; }, block, out.torques);
+      store(
+          nb_dofs, [&](std::size_t i) -> const auto& { return torques_[i]; }, block, out.torques);
     }
     if (out.mass_matrix || out.mass_matrix_packed) mass_matrix(out, block);
     if (out.partial_com_jacobian) partial_jacobian(out, block);
@@ -145,7 +147,9 @@ class Evaluation {
     root_kinematics(mc_sum);
     for (int k = 0; k < 3; ++k) com[k] = States(1 / mass) * mc_sum[k];
     const auto each = [](const auto& e) {
-      return [&e](std::size_t i) -> const auto& { return e[i]; };
+      return [&e](std::size_t i) -> const auto& {
+        return e[i];
+      };
     };
     if (out.com_in_root) store(3, each(com), block, out.com_in_root);
     if (out.jacobian) store(6 * nb_dofs, each(J_.e), block, out.jacobian);
@@ -190,8 +194,9 @@ class Evaluation {
   void mass_matrix(const Outputs& out, const Block& block) {
     joint_space_inertia();
     if (out.mass_matrix) {
-      store(nb_dofs * nb_dofs, [&](std::size_t i) -> const auto& { return H_.e[i]; }, block,
-            out.mass_matrix);
+      store(
+          nb_dofs * nb_dofs, [&](std::size_t i) -> const auto& { return H_.e[i]; }, block,
+          out.mass_matrix);
     }
     if (out.mass_matrix_packed) {
       static constexpr auto entry = [] {
@@ -202,8 +207,9 @@ class Evaluation {
         }
         return at;
       }();
-      store(entry.size(), [&](std::size_t i) -> const auto& { return H_.e[entry[i]]; }, block,
-            out.mass_matrix_packed);
+      store(
+          entry.size(), [&](std::size_t i) -> const auto& { return H_.e[entry[i]]; }, block,
+          out.mass_matrix_packed);
     }
   }
 
@@ -217,8 +223,9 @@ class Evaluation {
             States() + (E(0, i) * H_(0, j) + E(1, i) * H_(1, j) + E(2, i) * H_(2, j));
       }
     }
-    store(3 * nb_dofs, [&](std::size_t i) -> const auto& { return partial_J_.e[i]; }, block,
-          out.partial_com_jacobian);
+    store(
+        3 * nb_dofs, [&](std::size_t i) -> const auto& { return partial_J_.e[i]; }, block,
+        out.partial_com_jacobian);
   }
 
   M model_;
@@ -242,12 +249,11 @@ class Evaluation {
 template <class Robot>
 constexpr tavo::batch::Kernel kernel() {
   using E = Evaluation<Robot>;
-  return {States::size, sizeof(E), alignof(E), [](void* workspace) { new (workspace) E; },
-          [](void* workspace, const tavo::batch::Inputs& in,
-             const tavo::batch::SpatialInertia* inertias, float mass,
-             const tavo::batch::Outputs& out, std::size_t first) {
-            static_cast<E*>(workspace)->run(in, inertias, mass, out, first);
-          }};
+  return {
+      States::size, sizeof(E), alignof(E), [](void* workspace) { new (workspace) E; },
+      [](void* workspace, const tavo::batch::Inputs& in,
+         const tavo::batch::SpatialInertia* inertias, float mass, const tavo::batch::Outputs& out,
+         std::size_t first) { static_cast<E*>(workspace)->run(in, inertias, mass, out, first); }};
 }
 
 }  // namespace metapod::batch

@@ -7,7 +7,8 @@
 /// What is compiled once for every instruction set. Its types have the same names in all of them.
 namespace tavo::batch {
 
-/// Ten numbers of a body's spatial inertia: m, h = m c, and xx, yx, yy, zx, zy, zz about its origin.
+/// Ten numbers of a body's spatial inertia: m, h = m c, and xx, yx, yy, zx, zy, zz about its
+/// origin.
 using SpatialInertia = float[10];
 
 /// Evaluates states side by side.

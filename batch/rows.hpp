@@ -78,8 +78,7 @@ void store(std::size_t n, Value value, const Block& block, const tavo::batch::Ou
     };
     std::size_t i = 0;
     for (; i + 4 <= n; i += 4) {
-      const auto columns =
-          lanes::transposed<Lanes>(part(i), part(i + 1), part(i + 2), part(i + 3));
+      const auto columns = lanes::transposed<Lanes>(part(i), part(i + 1), part(i + 2), part(i + 3));
       if (nb_rows == 4) [[likely]] {
         for (std::size_t k = 0; k < 4; ++k) store_four(row[k] + i, columns[k], streamed);
       } else {

@@ -22,24 +22,43 @@ class States {
   using Vector [[gnu::vector_size(size * sizeof(float))]] = float;
 
   constexpr States() : x_{} {}
-  constexpr States(const Vector& x) : x_(x) {}  // implicit: what it converts from is no other number
+  constexpr States(const Vector& x)
+      : x_(x) {}  // implicit: what it converts from is no other number
   /// x in every lane.
   constexpr explicit States(float x) : x_(x - Vector{}) {}  // -0 stays -0
 
-  const Vector& lanes() const { return x_; }
-
-  friend constexpr States operator-(const States& a) { return -a.x_; }
-  friend constexpr States operator+(const States& a, const States& b) { return a.x_ + b.x_; }
-  friend constexpr States operator-(const States& a, const States& b) { return a.x_ - b.x_; }
-  friend constexpr States operator*(const States& a, const States& b) { return a.x_ * b.x_; }
-  friend constexpr States operator/(const States& a, const States& b) { return a.x_ / b.x_; }
-  friend constexpr States operator+(const States& a, float b) { return a.x_ + b; }
-  friend constexpr States operator-(float a, const States& b) { return a - b.x_; }
-  friend constexpr States operator*(float a, const States& b) { return a * b.x_; }
+  constexpr const Vector& lanes() const {
+    return x_;
+  }
 
  private:
   Vector x_;
 };
+
+constexpr States operator-(const States& a) {
+  return -a.lanes();
+}
+constexpr States operator+(const States& a, const States& b) {
+  return a.lanes() + b.lanes();
+}
+constexpr States operator-(const States& a, const States& b) {
+  return a.lanes() - b.lanes();
+}
+constexpr States operator*(const States& a, const States& b) {
+  return a.lanes() * b.lanes();
+}
+constexpr States operator/(const States& a, const States& b) {
+  return a.lanes() / b.lanes();
+}
+constexpr States operator+(const States& a, float b) {
+  return a.lanes() + b;
+}
+constexpr States operator-(float a, const States& b) {
+  return a - b.lanes();
+}
+constexpr States operator*(float a, const States& b) {
+  return a * b.lanes();
+}
 
 /// With the bits of Spatial::sin_cos in every lane.
 [[gnu::noinline]] inline Spatial::SinCosT<States> sin_cos(const States& angle) {

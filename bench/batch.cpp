@@ -28,16 +28,22 @@ std::size_t matrix_size(What what) {
   return what == all ? full : what == packed ? triangle : 0;
 }
 std::size_t bytes_of(What what) {
-  const std::size_t out = what == small ? 3 + nb_dofs
-                                        : poses_size + 3 + nb_dofs + matrix_size(what);
+  const std::size_t out =
+      what == small ? 3 + nb_dofs : poses_size + 3 + nb_dofs + matrix_size(what);
   return sizeof(float) * (3 * nb_dofs + out);
 }
 
 /// Rows of inputs and of results.
 struct Tables {
   explicit Tables(std::size_t n, What what)
-      : n(n), q(n * nb_dofs), dq(q), ddq(q), poses(what == small ? 0 : n * poses_size), com(3 * n),
-        torques(n * nb_dofs), H(n * matrix_size(what)) {
+      : n(n),
+        q(n * nb_dofs),
+        dq(q),
+        ddq(q),
+        poses(what == small ? 0 : n * poses_size),
+        com(3 * n),
+        torques(n * nb_dofs),
+        H(n * matrix_size(what)) {
     const std::vector<bench::State> states = bench::random_states();
     for (std::size_t k = 0; k < n; ++k) {
       const bench::State& s = states[k % states.size()];
@@ -109,8 +115,8 @@ void by_plugin(tavo::RigidBodySystem& robot, Tables& t, What what) {
 
 void finish(benchmark::State& state, const Tables& t, What what) {
   const double states = static_cast<double>(state.iterations()) * static_cast<double>(t.n);
-  state.counters["ns"] = benchmark::Counter(
-      states * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  state.counters["ns"] =
+      benchmark::Counter(states * 1e-9, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
   state.counters["bytes"] = static_cast<double>(bytes_of(what));
 }
 
@@ -127,14 +133,12 @@ const int registered = [] {
       })->UseRealTime();
       for (const unsigned threads : {1u, 2u}) {
         const std::string label = threads == 1 ? "batch" : "batch-2";
-        benchmark::RegisterBenchmark((label + tail).c_str(),
-                                     [=, what = what](benchmark::State& s) {
-                                       Engine engine(threads);
-                                       Tables t(n, what);
-                                       for (auto _ : s) by_engine(engine, t, what);
-                                       finish(s, t, what);
-                                     })
-            ->UseRealTime();
+        benchmark::RegisterBenchmark((label + tail).c_str(), [=, what = what](benchmark::State& s) {
+          Engine engine(threads);
+          Tables t(n, what);
+          for (auto _ : s) by_engine(engine, t, what);
+          finish(s, t, what);
+        })->UseRealTime();
       }
     }
   }

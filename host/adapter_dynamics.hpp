@@ -21,15 +21,14 @@ inline metapod::Spatial::Force as_force(const std::vector<float>& wrench) {
 }  // namespace internal
 
 template <class Model, class Dynamics>
-void MetapodRigidBodySystem<Model, Dynamics>::setExternalWrench(unsigned long i,
-                                                      const std::vector<float>& wrench_body) {
+void MetapodRigidBodySystem<Model, Dynamics>::setExternalWrench(
+    unsigned long i, const std::vector<float>& wrench_body) {
   dynamics_.set_fext(i, internal::as_force(wrench_body));
 }
 
 template <class Model, class Dynamics>
-void MetapodRigidBodySystem<Model, Dynamics>::setExternalWrench(unsigned long i,
-                                                      const std::vector<float>& wrench_f,
-                                                      KT::Math::Transform pose_f_in_body) {
+void MetapodRigidBodySystem<Model, Dynamics>::setExternalWrench(
+    unsigned long i, const std::vector<float>& wrench_f, KT::Math::Transform pose_f_in_body) {
   dynamics_.set_fext(i, fromKTMath(pose_f_in_body).apply(internal::as_force(wrench_f)));
 }
 

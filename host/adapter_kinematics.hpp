@@ -29,7 +29,8 @@ inline KT::Math::Position3D as_position(const metapod::Spatial::Vector3& p) {
 }  // namespace internal
 
 template <class Model, class Dynamics>
-void MetapodRigidBodySystem<Model, Dynamics>::set_root(Coordinates& x, const KT::Math::Velocity6D& rate) {
+void MetapodRigidBodySystem<Model, Dynamics>::set_root(Coordinates& x,
+                                                       const KT::Math::Velocity6D& rate) {
   x.template head<6>() << rate.vx, rate.vy, rate.vz, rate.wx, rate.wy, rate.wz;
 }
 
@@ -39,7 +40,8 @@ KT::Math::Velocity6D MetapodRigidBodySystem<Model, Dynamics>::root_of(const Coor
 }
 
 template <class Model, class Dynamics>
-void MetapodRigidBodySystem<Model, Dynamics>::set_joints(Coordinates& x, const std::vector<float>& values) {
+void MetapodRigidBodySystem<Model, Dynamics>::set_joints(Coordinates& x,
+                                                         const std::vector<float>& values) {
   internal::require_entries(values, nb_joints, "joint vector");
   std::copy_n(values.begin(), nb_joints, x.data() + nb_root_dofs);
 }
@@ -63,7 +65,8 @@ const KT::Math::Transform& MetapodRigidBodySystem<Model, Dynamics>::getRootPose(
 }
 
 template <class Model, class Dynamics>
-void MetapodRigidBodySystem<Model, Dynamics>::setRootVelocity(const KT::Math::Velocity6D& velocity_root) {
+void MetapodRigidBodySystem<Model, Dynamics>::setRootVelocity(
+    const KT::Math::Velocity6D& velocity_root) {
   set_root(dq_, velocity_root);
 }
 
@@ -157,7 +160,8 @@ void MetapodRigidBodySystem<Model, Dynamics>::computeFwdKinematicsOnlyRoot() {
 }
 
 template <class Model, class Dynamics>
-const KT::Math::Transform& MetapodRigidBodySystem<Model, Dynamics>::getPoseInRoot(unsigned long i) const {
+const KT::Math::Transform& MetapodRigidBodySystem<Model, Dynamics>::getPoseInRoot(
+    unsigned long i) const {
   return posesInRoot_[i];
 }
 
@@ -167,18 +171,20 @@ const KT::Math::Transform& MetapodRigidBodySystem<Model, Dynamics>::getPose(unsi
 }
 
 template <class Model, class Dynamics>
-void MetapodRigidBodySystem<Model, Dynamics>::setPose(unsigned long i, const KT::Math::Transform& pose) {
+void MetapodRigidBodySystem<Model, Dynamics>::setPose(unsigned long i,
+                                                      const KT::Math::Transform& pose) {
   poses_[i] = pose;
 }
 
 template <class Model, class Dynamics>
-const KT::Math::Transform& MetapodRigidBodySystem<Model, Dynamics>::getVolatilePose(unsigned long i) const {
+const KT::Math::Transform& MetapodRigidBodySystem<Model, Dynamics>::getVolatilePose(
+    unsigned long i) const {
   return poses_[nb_bodies + i];
 }
 
 template <class Model, class Dynamics>
 void MetapodRigidBodySystem<Model, Dynamics>::setVolatilePose(unsigned long i,
-                                                    const KT::Math::Transform& pose) {
+                                                              const KT::Math::Transform& pose) {
   poses_[nb_bodies + i] = pose;
 }
 
@@ -193,8 +199,8 @@ const KT::Math::Position3D& MetapodRigidBodySystem<Model, Dynamics>::getComPosit
 }
 
 template <class Model, class Dynamics>
-const Eigen::Matrix<float, 6, Eigen::Dynamic>& MetapodRigidBodySystem<Model, Dynamics>::getJacobianInRoot()
-    const {
+const Eigen::Matrix<float, 6, Eigen::Dynamic>&
+MetapodRigidBodySystem<Model, Dynamics>::getJacobianInRoot() const {
   return jacobianInRoot_;
 }
 

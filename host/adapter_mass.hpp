@@ -37,7 +37,8 @@ KT::Math::Position3D MetapodRigidBodySystem<Model, Dynamics>::computePartialComP
 }
 
 template <class Model, class Dynamics>
-KT::Math::Position3D MetapodRigidBodySystem<Model, Dynamics>::getComPosition(unsigned long i) const {
+KT::Math::Position3D MetapodRigidBodySystem<Model, Dynamics>::getComPosition(
+    unsigned long i) const {
   const auto& inertia = Model::inertias[i];
   return poses_[i] * internal::as_position(inertia.h() / inertia.m());
 }

@@ -89,12 +89,14 @@ const std::string& MetapodRigidBodySystem<Model, Dynamics>::getRootName() const 
 }
 
 template <class Model, class Dynamics>
-const std::string& MetapodRigidBodySystem<Model, Dynamics>::getJointAngleName(unsigned long i) const {
+const std::string& MetapodRigidBodySystem<Model, Dynamics>::getJointAngleName(
+    unsigned long i) const {
   return Model::joint_names[i + 1];
 }
 
 template <class Model, class Dynamics>
-unsigned long MetapodRigidBodySystem<Model, Dynamics>::getJointAngleId(const std::string& name) const {
+unsigned long MetapodRigidBodySystem<Model, Dynamics>::getJointAngleId(
+    const std::string& name) const {
   return internal::index_of(name, Model::joint_names, 1, "joint angle");
 }
 
@@ -116,8 +118,7 @@ void MetapodRigidBodySystem<Model, Dynamics>::setBodyInertia(
   metapod::Spatial::Inertia& inertia = Model::inertias[i];
   mass_ = (mass - inertia.m()) + mass_;
   inertia = metapod::Spatial::Inertia::at_com(
-      mass, {com.x, com.y, com.z},
-      {Ic(0, 0), Ic(1, 0), Ic(1, 1), Ic(2, 0), Ic(2, 1), Ic(2, 2)});
+      mass, {com.x, com.y, com.z}, {Ic(0, 0), Ic(1, 0), Ic(1, 1), Ic(2, 0), Ic(2, 1), Ic(2, 2)});
   Dynamics::set_inertia(i, inertia);
 }
 

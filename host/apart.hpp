@@ -5,8 +5,8 @@
 
 /// Keeps what one object writes off the cache lines of another, so that threads with an object each
 /// do not slow each other down. malloc places blocks one behind the other, aligned to 16 bytes: so
-/// what an object writes last is followed by a line that nobody writes. (A block that begins on a line
-/// would have to come from another function than malloc, whose pointers free is promised.)
+/// what an object writes last is followed by a line that nobody writes. (A block that begins on a
+/// line would have to come from another function than malloc, whose pointers free is promised.)
 namespace tavo {
 
 inline constexpr std::size_t cache_line = 64;  ///< bytes

@@ -8,8 +8,8 @@
 
 namespace tavo {
 
-/// What computes: the passes of lanes/, or with ORVEK23_ISA_PLAIN those of algorithms/ alone, for any
-/// compiler and processor, and for stepping through.
+/// What computes: the passes of lanes/, or with ORVEK23_ISA_PLAIN those of algorithms/ alone, for
+/// any compiler and processor, and for stepping through.
 #ifdef ORVEK23_ISA_PLAIN
 template <class Model>
 using DefaultDynamics = PlainDynamics<Model>;

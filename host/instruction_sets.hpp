@@ -7,9 +7,7 @@
 /// ORVEK23_ISA_BASELINE or ORVEK23_ISA_AVX2 pins it.
 namespace instruction_sets {
 
-// Unoptimized, g++ 12 does not align the stack of every function that holds wide vectors.
-#if defined(__x86_64__) && !defined(ORVEK23_ISA_BASELINE) && \
-    (defined(__OPTIMIZE__) || defined(__clang__))
+#if defined(__x86_64__) && !defined(ORVEK23_ISA_BASELINE)
 #define ORVEK23_HAS_AVX2_PATH
 extern const PassTable avx2;  ///< of the robot: host/passes_avx2.cpp
 

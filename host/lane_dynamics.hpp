@@ -17,8 +17,8 @@
 
 namespace tavo {
 
-/// What the adapter asks of a robot, by the passes of lanes/: what PlainDynamics says, with the same
-/// bits in every result.
+/// What the adapter asks of a robot, by the passes of lanes/: what PlainDynamics says, with the
+/// same bits in every result.
 template <class Model, class Passes = instruction_sets::Chosen<Model>>
 class LaneDynamics {
  public:
@@ -40,8 +40,7 @@ class LaneDynamics {
   void world_poses(const typename Types::Coordinates& q, KT::Math::Transform* poses) {
     Passes::passes.world_poses(&state_, q.data(), iX1_, poses->m);
   }
-  void inverse_dynamics(const typename Types::Coordinates& q,
-                        const typename Types::Coordinates& dq,
+  void inverse_dynamics(const typename Types::Coordinates& q, const typename Types::Coordinates& dq,
                         const typename Types::Coordinates& ddq,
                         typename Types::Coordinates& torques) {
     Passes::passes.inverse_dynamics(&state_, &inertias_, q.data(), dq.data(), ddq.data(),

@@ -82,8 +82,7 @@ class PlainDynamics {
   }
 
   /// The joints' entries of torques are handed out; all are written.
-  void inverse_dynamics(const typename Types::Coordinates& q,
-                        const typename Types::Coordinates& dq,
+  void inverse_dynamics(const typename Types::Coordinates& q, const typename Types::Coordinates& dq,
                         const typename Types::Coordinates& ddq,
                         typename Types::Coordinates& torques) {
     metapod::depth_first_traversal<metapod::internal::JcalcVisitor, Model>::run(model_, q, dq);
@@ -107,7 +106,7 @@ class PlainDynamics {
   static constexpr std::size_t nb_bodies = Model::nb_bodies;
 
   Model model_;
-  std::vector<metapod::Spatial::Force> fext_;  ///< on each body, in its frame
+  std::vector<metapod::Spatial::Force> fext_;    ///< on each body, in its frame
   std::array<ModelTransform, nb_bodies> iX1_{};  ///< root to body
 };
 

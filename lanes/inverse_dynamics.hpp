@@ -32,8 +32,8 @@ VandA root_motion(const State<Model>& state, const float* dq, const float* ddq) 
   OnLanes<Spatial::Motion, Wide> S_rates =
       rates[0] * broadcast<Wide>(Spatial::ConstraintMotionFreeFlyerBody{}.column(0));
   unrolled<5>([&](auto j) {
-    S_rates = S_rates + rates[j + 1] * broadcast<Wide>(
-                                           Spatial::ConstraintMotionFreeFlyerBody{}.column(j + 1));
+    S_rates = S_rates + rates[j + 1] *
+                            broadcast<Wide>(Spatial::ConstraintMotionFreeFlyerBody{}.column(j + 1));
   });
   const auto vj = half_of<0>(S_rates);
   const auto X_a = *state.sXp.template of_group<0>() * broadcast(minus_g);

@@ -59,7 +59,8 @@ template <class Model>
 void write_root(State<Model>& state, const float* q, const Spatial::SinCosT<float>& roll,
                 const Spatial::SinCosT<float>& pitch, const Spatial::SinCosT<float>& yaw) {
   const auto Xj = metapod::internal::free_flyer_transform({q[0], q[1], q[2]}, roll, pitch, yaw);
-  const Spatial::TransformT<Spatial::RotationMatrix> X = Xj * NodeOf<Model, 0>::Constants::placement();
+  const Spatial::TransformT<Spatial::RotationMatrix> X =
+      Xj * NodeOf<Model, 0>::Constants::placement();
   state.sXp.template of_group<0>() = broadcast(X);
 }
 
@@ -69,8 +70,8 @@ auto placements() {
   using T = typename NodeLike<Model, g>::Placement;
   static constexpr auto rows = [] {
     std::array<std::array<float, nb_lanes>, Components<T>::size> e{};
-    const auto of_lane =
-        of_lanes<Model, g>([](auto id) { return components(NodeOf<Model, id>::Constants::placement()); });
+    const auto of_lane = of_lanes<Model, g>(
+        [](auto id) { return components(NodeOf<Model, id>::Constants::placement()); });
     for (std::size_t k = 0; k < e.size(); ++k) {
       for (std::size_t lane = 0; lane < nb_lanes; ++lane) e[k][lane] = of_lane[lane][k];
     }
@@ -87,9 +88,7 @@ auto placements() {
 template <class Model>
 void root_transform(State<Model>& state, const float* q) {
   const SinCos angles = sin_cos(std::array{Lanes{q[3], q[4], q[5], q[5]}})[0];
-  const auto of = [&](int lane) {
-    return Spatial::SinCosT<float>{angles.s[lane], angles.c[lane]};
-  };
+  const auto of = [&](int lane) { return Spatial::SinCosT<float>{angles.s[lane], angles.c[lane]}; };
   internal::write_root(state, q, of(0), of(1), of(2));
 }
 

@@ -54,8 +54,8 @@ struct JointBlock {
   /// F_i = Ic_i S_i
   explicit JointBlock(const PerGroup<Model, Spatial::Inertia>& Ic) {
     F = in_halves([&](auto half) {
-          return gathered<places<half>>(Ic) * broadcast(Spatial::ConstraintMotionAxisZ{});
-        });
+      return gathered<places<half>>(Ic) * broadcast(Spatial::ConstraintMotionAxisZ{});
+    });
   }
 
   /// F = jXc* F for the joints from body c on; the others are not on the way yet.
@@ -114,7 +114,7 @@ void store_joint_columns(const std::array<S, n>& values, Column column) {
   constexpr std::integral_constant<std::size_t, 0> low;
   if constexpr (is_wide<S>) {
     store_lanes<Joints::used>(values, of_half(low),
-                             of_half(std::integral_constant<std::size_t, 1>{}));
+                              of_half(std::integral_constant<std::size_t, 1>{}));
   } else {
     store_lanes<Joints::used>(values, of_half(low));
   }

@@ -47,8 +47,7 @@ constexpr void unrolled(F f) {
 /// takes opcodes that run on two ports of present processors (5 % of inverse dynamics).
 template <int a, int b, int c, int d>
 Lanes shuffled(const Lanes& x, const Lanes& y) {
-  return bits_as<Lanes>(
-      __builtin_shufflevector(bits_as<Ints>(x), bits_as<Ints>(y), a, b, c, d));
+  return bits_as<Lanes>(__builtin_shufflevector(bits_as<Ints>(x), bits_as<Ints>(y), a, b, c, d));
 }
 
 #ifdef ORVEK23_AVX2
@@ -74,9 +73,9 @@ Wide shuffled(const Wide& x, const Wide& y) {
   using WideInts [[gnu::vector_size(32)]] = std::int32_t;
   constexpr auto low = [](int lane) { return lane < 4 ? lane : lane + 4; };
   constexpr auto high = [](int lane) { return lane < 0 ? lane : lane < 4 ? lane + 4 : lane + 8; };
-  return bits_as<Wide>(
-      __builtin_shufflevector(bits_as<WideInts>(x), bits_as<WideInts>(y), low(a), low(b),
-                              low(c), low(d), high(a), high(b), high(c), high(d)));
+  return bits_as<Wide>(__builtin_shufflevector(bits_as<WideInts>(x), bits_as<WideInts>(y), low(a),
+                                               low(b), low(c), low(d), high(a), high(b), high(c),
+                                               high(d)));
 }
 
 #else

@@ -74,8 +74,9 @@ class MassMatrix {
   void set_pairs(const Joints& block) {
     const auto H_ji = axis_product(block);
     for_halves<Joints>([&](auto half) {
-      store_from<Joints, from>(&(*this)(Joints::template dof<half, from>, Joints::template dof<half, j>),
-                              lanes::half<half>(H_ji));
+      store_from<Joints, from>(
+          &(*this)(Joints::template dof<half, from>, Joints::template dof<half, j>),
+          lanes::half<half>(H_ji));
     });
     each<Joints, from>([&](auto half, auto n) {
       (*this)(Joints::template dof<half, j>, Joints::template dof<half, n>) =
@@ -98,8 +99,7 @@ class MassMatrix {
 
   /// H_00 = S_0ᵀ F_0
   void set_root_block(const Spatial::Inertia& Ic) {
-    store_root_columns(root_rows(root_force(Ic)),
-                       [&](std::size_t j) { return &(*this)(0, j); });
+    store_root_columns(root_rows(root_force(Ic)), [&](std::size_t j) { return &(*this)(0, j); });
   }
 
  private:

@@ -32,8 +32,7 @@ ORVEK23_WHOLE void root_kinematics(State<Model>& state, const InertiaTable<Model
     const auto X = *state.sXp.template of_group<g>() * *of_parents<Model, g>(iX1, scratch);
     iX1[g] = X;
     store_lanes<used_lanes<Model, g>>(
-        Spatial::pose_of(X),
-        of_lanes<Model, g>([&](auto id) { return poses + pose_size * id; }));
+        Spatial::pose_of(X), of_lanes<Model, g>([&](auto id) { return poses + pose_size * id; }));
   });
 
   Moments<Model> moments;

@@ -50,8 +50,7 @@ std::array<SinCos, n> sin_cos(const std::array<Lanes, n>& angles) {
     const auto of_a = Spatial::internal::reduced_sin_cos<Longs>(Doubles{a[0], a[1], a[2], a[3]});
     results[k] = {__builtin_convertvector(of_a.s, Lanes), __builtin_convertvector(of_a.c, Lanes)};
   }
-  const Ints beyond =
-      largest > bits_as<std::int32_t>(Spatial::internal::largest_reduced_angle);
+  const Ints beyond = largest > bits_as<std::int32_t>(Spatial::internal::largest_reduced_angle);
   if ((beyond[0] | beyond[1] | beyond[2] | beyond[3]) != 0) [[unlikely]] {
     replace_huge(angles.data(), n, results.data());
   }

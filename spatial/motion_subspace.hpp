@@ -21,8 +21,7 @@ class ConstraintMotionFreeFlyerBodyT {
   /// Six generalized velocities, accelerations or forces of the root.
   using Coordinates = std::array<S, 6>;
 
-  constexpr ConstraintMotionFreeFlyerBodyT()
-      : ConstraintMotionFreeFlyerBodyT(S{}, S{} + 1.0f) {}
+  constexpr ConstraintMotionFreeFlyerBodyT() : ConstraintMotionFreeFlyerBodyT(S{}, S{} + 1.0f) {}
   constexpr explicit ConstraintMotionFreeFlyerBodyT(const std::array<Motion, 6>& columns)
       : columns_(columns) {}
 

@@ -4,9 +4,9 @@
 
 namespace metapod::Spatial {
 
-/// Three components x, y, z. S is the scalar: float, or any type with its arithmetic, such as floats
-/// side by side. Every sum of products runs
-/// left to right, so that a result does not depend on the compiler or the instruction set.
+/// Three components x, y, z. S is the scalar: float, or any type with its arithmetic, such as
+/// floats side by side. Every sum of products runs left to right, so that a result does not depend
+/// on the compiler or the instruction set.
 template <class S>
 class Vector3T {
  public:
@@ -35,8 +35,8 @@ class Vector3T {
   S e_[3];
 };
 
-// Operators are no friends: g++ 12 takes what is defined inside a class template out of the region of
-// source that it stands in, and compiles it for the lowest instruction set.
+// Operators are no friends: g++ 12 takes what is defined inside a class template out of the region
+// of source that it stands in, and compiles it for the lowest instruction set.
 template <class S>
 constexpr Vector3T<S> operator+(const Vector3T<S>& a, const Vector3T<S>& b) {
   return {a.x() + b.x(), a.y() + b.y(), a.z() + b.z()};

@@ -72,13 +72,18 @@ struct Motion {
 
 struct Results {
   explicit Results(std::size_t n, unsigned long partial_body)
-      : tables{{n, 276}, {n, 276}, {n, 3}, {n, 3}, {n, 168}, {n, 784}, {n, 406},
-               {n, 28},  {n, 3},   {n, 84}} {
-    Out* const wanted[] = {&outputs.poses,        &outputs.poses_in_root,
-                           &outputs.com,          &outputs.com_in_root,
-                           &outputs.jacobian,     &outputs.mass_matrix,
-                           &outputs.mass_matrix_packed, &outputs.torques,
-                           &outputs.partial_com_in_root, &outputs.partial_com_jacobian};
+      : tables{{n, 276}, {n, 276}, {n, 3},  {n, 3}, {n, 168},
+               {n, 784}, {n, 406}, {n, 28}, {n, 3}, {n, 84}} {
+    Out* const wanted[] = {&outputs.poses,
+                           &outputs.poses_in_root,
+                           &outputs.com,
+                           &outputs.com_in_root,
+                           &outputs.jacobian,
+                           &outputs.mass_matrix,
+                           &outputs.mass_matrix_packed,
+                           &outputs.torques,
+                           &outputs.partial_com_in_root,
+                           &outputs.partial_com_jacobian};
     for (std::size_t k = 0; k < std::size(wanted); ++k) *wanted[k] = tables[k].out();
     outputs.partial_body = partial_body;
   }
@@ -170,8 +175,8 @@ TEST(Batch, LeavesTheRootsWrench) {
     Outputs out;
     out.torques = {torques.data(), 0};
     Engine().evaluate(in, out);
-    const oracle::Vector want = oracle::Configuration(test::robot_tree(), s.q)
-                                    .inverse_dynamics(s.dq, s.ddq, s.fext);
+    const oracle::Vector want =
+        oracle::Configuration(test::robot_tree(), s.q).inverse_dynamics(s.dq, s.ddq, s.fext);
     const Eigen::Map<const Eigen::VectorXf> got(torques.data(), 28);
     EXPECT_LE(test::error(got.cast<double>(), want), 2e-5 * want.cwiseAbs().maxCoeff());
   }
