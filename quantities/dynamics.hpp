@@ -34,8 +34,8 @@ inline constexpr std::size_t most_held_bodies = 4;
 ///
 /// Throws std::invalid_argument for a rotor inertia that is negative or not finite, a body that is
 /// not there, one held twice or more than most_held_bodies; std::domain_error if H + rotors is
-/// singular or the held bodies cannot all be held (two feet on straight legs). Allocates nothing
-/// but exceptions.
+/// singular or the held bodies cannot all be held (with fewer than six joints between two).
+/// Allocates nothing but exceptions.
 ForwardDynamics forward_dynamics(const State& state, const JointVector& torques,
                                  const BodyWrenches& wrenches, const JointVector& rotors,
                                  const std::vector<unsigned long>& held = {});

@@ -1,8 +1,9 @@
 #pragma once
 
 /// @file
-/// All quantities.
+/// All quantities. docs/quantities.md leads from what is wanted to the call.
 
+#include <quantities/derivatives.hpp>
 #include <quantities/dynamics.hpp>
 #include <quantities/forces.hpp>
 #include <quantities/frames.hpp>

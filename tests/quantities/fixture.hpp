@@ -11,6 +11,8 @@
 
 namespace tq = tavo::quantities;
 
+constexpr unsigned long kLeftFoot = 12, kRightFoot = 18;
+
 /// Largest error of each quantity over many states, and its largest value.
 class Worst {
  public:

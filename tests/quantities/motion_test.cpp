@@ -68,9 +68,9 @@ void see_momentum(Worst& worst, const tq::State& state, const dense::Motion& wan
   worst.see("centroidal_momentum", centroidal_momentum(state), A * want.dq);
   worst.see("centroidal_momentum_matrix", centroidal_momentum_matrix(state), A);
   worst.see("centroidal_momentum_rate", centroidal_momentum_rate(state),
-             want.momentum_rate(forces));
+            want.momentum_rate(forces));
   worst.see("centroidal_momentum_drift", centroidal_momentum_drift(state),
-             want.momentum_rate(drift));
+            want.momentum_rate(drift));
   worst.see("energy", energy(state).total(), want.at.energy(want.dq));
   worst.see("energy_rate", energy_rate(state), forces.dot(want.dq));
 }
