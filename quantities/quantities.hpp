@@ -3,10 +3,12 @@
 /// @file
 /// All quantities. docs/quantities.md leads from what is wanted to the call.
 
+#include <quantities/balance.hpp>
 #include <quantities/derivatives.hpp>
 #include <quantities/dynamics.hpp>
 #include <quantities/forces.hpp>
 #include <quantities/frames.hpp>
 #include <quantities/model.hpp>
 #include <quantities/momentum.hpp>
+#include <quantities/stance.hpp>
 #include <quantities/state.hpp>

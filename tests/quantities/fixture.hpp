@@ -40,7 +40,7 @@ class Worst {
   std::map<std::string, Row> rows_;
 };
 
-/// A plug-in with a state.
+/// A plug-in with a state, and soles for its feet (body frames: x up, y right, z ahead).
 class QuantitiesTest : public PluginTest {
  protected:
   void set(const test::State& s) {
@@ -55,6 +55,13 @@ class QuantitiesTest : public PluginTest {
       state.model().set_body_inertia(i, static_cast<double>(mass), com.cast<double>(),
                                      at_com.cast<double>());
     }
+  }
+  static tq::Sole sole(unsigned long foot) {
+    return {foot,
+            {{-0.045, -0.025, -0.035},
+             {-0.045, 0.025, -0.035},
+             {-0.045, 0.025, 0.075},
+             {-0.045, -0.025, 0.075}}};
   }
   static tq::BodyWrenches wrenches(const test::State& s) {
     tq::BodyWrenches all;
