@@ -8,6 +8,7 @@
 #include <quantities/dynamics.hpp>
 #include <quantities/forces.hpp>
 #include <quantities/frames.hpp>
+#include <quantities/identification.hpp>
 #include <quantities/model.hpp>
 #include <quantities/momentum.hpp>
 #include <quantities/stance.hpp>
