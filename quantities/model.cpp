@@ -70,7 +70,9 @@ InertialParameters Model::parameters(int i) const {
 }
 
 int Model::checked(unsigned long i) {
-  require(i < nb_bodies, "no body " + std::to_string(i) + ": there are 23");
+  if (i >= nb_bodies) {  // the message is made only where it is needed: loops call this
+    throw std::invalid_argument("no body " + std::to_string(i) + ": there are 23");
+  }
   return static_cast<int>(i);
 }
 
