@@ -25,8 +25,9 @@ class Plane {
   /// Level ground at z = height, m.
   static Plane ground(double height = 0) { return {{0, 0, height}, Vector3::UnitZ()}; }
 
+  /// A point of it, m.
   const Vector3& point() const { return point_; }
-  /// Of length 1.
+  /// Its normal, of length 1.
   const Vector3& normal() const { return normal_; }
   /// Coordinates of x's projection on the plane, from the plane's point, m.
   Eigen::Vector2d coordinates(const Vector3& x) const;
@@ -45,7 +46,9 @@ class Sole {
   /// Allocates.
   Sole(unsigned long body, std::vector<Vector3> corners);
 
+  /// The body that it is a part of.
   unsigned long body() const { return body_; }
+  /// Its corners, body frame, m.
   const std::vector<Vector3>& corners() const { return corners_; }
   /// The plane of the first corners that span one, in the body's frame; its normal points to the
   /// side of the body's origin, where the rest of the body is.
@@ -78,6 +81,7 @@ std::optional<Vector3> centre_of_pressure(const State& state, const Plane& plane
 /// Borovac 2004; Kajita et al. 2014, section 3.
 std::optional<Vector3> zero_moment_point(const State& state,
                                          const Plane& plane_world = Plane::ground());
+/// The same beside other wrenches on the robot than the ground's.
 std::optional<Vector3> zero_moment_point(const State& state, const Plane& plane_world,
                                          const BodyWrenches& others);
 
@@ -90,8 +94,10 @@ class SupportPolygon {
  public:
   static constexpr std::size_t capacity = 64;  ///< corners of all soles together
 
+  /// Nothing stands.
   explicit SupportPolygon(const Plane& plane_world = Plane::ground()) : plane_(plane_world) {}
 
+  /// Nothing stands any more.
   void clear() { size_ = 0; }
   /// Adds a sole, its corners projected on the plane. Needs State::update. Throws
   /// std::invalid_argument, changing nothing, beyond the capacity.

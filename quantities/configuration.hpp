@@ -10,8 +10,8 @@ namespace tavo::quantities {
 
 /// A pose of the root in the world and 22 joint angles (rad).
 struct Configuration {
-  Pose root;
-  JointVector joints = JointVector::Zero();
+  Pose root;                                 ///< world pose of the root
+  JointVector joints = JointVector::Zero();  ///< rad
 };
 
 /// Rotation by |turn| rad about the direction of `turn`. Siciliano et al. 2009, section 2.5.

@@ -18,6 +18,7 @@ struct ForceParts {
   Coordinates gravity;   ///< to hold the robot up: g(q)
   Coordinates velocity;  ///< centrifugal and gyroscopic: C(q, dq) dq
   Coordinates inertia;   ///< H(q) ddq
+  /// All three: inverse dynamics without wrenches.
   Coordinates total() const { return gravity + velocity + inertia; }
 };
 
@@ -36,10 +37,12 @@ Coordinates wrench_part(const State& state, const BodyWrenches& wrenches);
 /// wrenches or with them. Entries 6.. are the torques of computeInverseDynamics; entries 0..5 what
 /// a support at the root would have to add, zero if the wrenches account for the motion.
 Coordinates inverse_dynamics(const State& state);
+/// The same with wrenches on the bodies.
 Coordinates inverse_dynamics(const State& state, const BodyWrenches& wrenches);
 
 /// The first six of these alone: force and moment about the root's origin, root frame.
 Wrench root_wrench(const State& state);
+/// The same with wrenches on the bodies.
 Wrench root_wrench(const State& state, const BodyWrenches& wrenches);
 
 }  // namespace tavo::quantities

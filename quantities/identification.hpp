@@ -53,7 +53,7 @@ class Identification {
  public:
   /// What came out. Sizes: k unknowns, r of them in combinations that the samples tell.
   struct Result {
-    std::size_t samples;
+    std::size_t samples;  ///< how many were added
     /// r: how many combinations of the unknowns the samples tell apart.
     Eigen::Index rank;
     /// k unknowns: of those that only count together, all weight is put on as few as possible; the
@@ -65,8 +65,8 @@ class Identification {
     /// r x k: the combinations that are identifiable. Row i is 1 at one unknown, its leader, and
     /// has the weights with which the dependent ones join it.
     Eigen::MatrixXd combinations;
-    /// r values of the combinations, and their standard deviations.
-    Eigen::VectorXd values, value_deviations;
+    Eigen::VectorXd values;            ///< r values of the combinations
+    Eigen::VectorXd value_deviations;  ///< and their standard deviations
     /// Standard deviation of a measured force, N m (N), as the residual shows it.
     double residual;
   };

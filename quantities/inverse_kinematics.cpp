@@ -90,16 +90,13 @@ InverseKinematics::Result InverseKinematics::solve() {
   const Configuration start = limited(configuration_of(system_));
   Result best = search(start);
   for (int attempt = 1; attempt < options.most_attempts && !best.reached; ++attempt) {
-    Result next = search(shaken(start, attempt));
-    next.iterations += best.iterations;
-    const bool nearer = std::max(next.position_error, next.orientation_error) <
-                        std::max(best.position_error, best.orientation_error);
-    if (!nearer && !next.reached) next.configuration = best.configuration;
-    if (!nearer && !next.reached) {
-      next.position_error = best.position_error;
-      next.orientation_error = best.orientation_error;
-    }
-    best = next;
+    const Result next = search(shaken(start, attempt));
+    const int iterations = best.iterations + next.iterations;
+    const auto left = [](const Result& result) {
+      return std::max(result.position_error, result.orientation_error);
+    };
+    if (next.reached || left(next) < left(best)) best = next;
+    best.iterations = iterations;
   }
   go_to(best.configuration);
   return best;

@@ -10,6 +10,7 @@
 #include <quantities/configuration.hpp>
 #include <quantities/state.hpp>
 #include <quantities/types.hpp>
+#include <vector>
 
 #include <Eigen/Core>
 
@@ -39,15 +40,16 @@ class InverseKinematics {
 
   /// How to search.
   struct Options {
-    Moving moving = whole_body();
-    double tolerance = 1e-6;    ///< m and rad, of every target
-    int most_iterations = 100;  ///< of one attempt
+    Moving moving = whole_body();  ///< what may move
+    double tolerance = 1e-6;       ///< m and rad, of every target
+    int most_iterations = 100;     ///< of one attempt
     /// A search can end in a fold (a straight knee) though the target is within reach. Then it
     /// starts anew from the first configuration with each moving joint off by up to 0.7 rad, the
     /// same ones at every call. 1: no second attempt.
     int most_attempts = 10;
-    /// Limits of the joints, rad. The start is moved to within them.
+    /// Lower limits of the joints, rad. The start is moved to within the limits.
     JointVector lower = JointVector::Constant(-std::numeric_limits<double>::infinity());
+    /// Upper limits of the joints, rad.
     JointVector upper = JointVector::Constant(std::numeric_limits<double>::infinity());
   };
 
@@ -63,7 +65,7 @@ class InverseKinematics {
   /// Keeps a reference: the system must outlive this. Allocates. Throws like Model.
   explicit InverseKinematics(RigidBodySystem& system);
 
-  Options options;
+  Options options;  ///< may be changed before any search
 
   /// Tree and inertias; inertias that the host has set do matter here only by masses and centres of
   /// mass, which are read at construction.

@@ -35,10 +35,12 @@ Vector6 centroidal_momentum_drift(const State& state);
 
 /// Energy of the bodies, J. Rotors of drives are not in it.
 struct Energy {
-  double kinetic;
+  double kinetic;    ///< of all bodies' motion
   double potential;  ///< of gravity; zero with the centre of mass at the world's z = 0
+  /// Both.
   double total() const { return kinetic + potential; }
 };
+/// The energy of the present state.
 Energy energy(const State& state);
 
 /// Derivative of the total energy, W: the power of the joint torques and of what the surroundings

@@ -57,8 +57,9 @@ class State {
 
   /// World pose of the root.
   const Pose& root() const { return root_; }
-  /// Rates and accelerations of the coordinates.
+  /// Rates of the coordinates.
   const Coordinates& dq() const { return dq_; }
+  /// Their accelerations.
   const Coordinates& ddq() const { return ddq_; }
   /// 6 x 28, root frame: column k is the motion (angular, then linear at the root's origin) of a
   /// unit rate of coordinate k.
