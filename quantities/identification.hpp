@@ -1,33 +1,27 @@
 #pragma once
 
 /// @file
-/// Inertial parameters from motions and measured torques: the regressor, what can be identified,
-/// and least squares with uncertainties.
+/// Inertial parameters from motions and measured torques: what can be identified, and least squares
+/// with uncertainties. All of it is compiled by the host, not in the library: matrices whose size
+/// Eigen learns at run time must be made and freed by code compiled for the same instruction set.
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
+#include <limits>
+#include <quantities/forces.hpp>
+#include <quantities/regressor.hpp>
 #include <quantities/state.hpp>
 #include <quantities/types.hpp>
+#include <stdexcept>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include <Eigen/Core>
+#include <Eigen/QR>
 
 namespace tavo::quantities {
-
-/// Ten inertial parameters a body, body 0 first: see InertialParameters.
-inline constexpr int nb_parameters = 10 * nb_bodies;
-/// 28 x 230.
-using Regressor = Eigen::Matrix<double, nb_dofs, nb_parameters>;
-/// 230 parameters.
-using Parameters = Eigen::Matrix<double, nb_parameters, 1>;
-
-/// The parameters that a model has.
-Parameters parameters(const Model& model);
-
-/// Writes Y with Y pi = inverse_dynamics(state) for the parameters pi of any bodies on this tree:
-/// the 28 generalized forces, linear in them. Needs State::update; masses and centres of mass of
-/// the state's model play no part. Atkeson, An, Hollerbach 1986, section 2; Khalil, Dombre 2002,
-/// section 9.6.
-void regressor(const State& state, Regressor& Y);
 
 /// What to look for: each column of a 230 x k matrix is a change of the parameters by one unit of
 /// an unknown.
@@ -100,5 +94,119 @@ class Identification {
   Eigen::MatrixXd change_;   ///< of one sample
   Regressor Y_ = Regressor::Zero();
 };
+
+inline Unknowns all_parameters() {
+  return Unknowns::Identity(nb_parameters, nb_parameters);
+}
+
+inline Unknowns masses_of(const Model& model, const std::vector<unsigned long>& bodies) {
+  Unknowns unknowns = Unknowns::Zero(nb_parameters, static_cast<Eigen::Index>(bodies.size()));
+  for (std::size_t k = 0; k < bodies.size(); ++k) {
+    const int i = Model::checked(bodies[k]);
+    const Vector3& c = model.com(i);
+    unknowns.col(static_cast<Eigen::Index>(k)).segment<10>(10 * i) << 1, c,  //
+        c.y() * c.y() + c.z() * c.z(), -c.x() * c.y(), c.x() * c.x() + c.z() * c.z(),
+        -c.x() * c.z(), -c.y() * c.z(), c.x() * c.x() + c.y() * c.y();
+  }
+  return unknowns;
+}
+
+inline Identification::Identification(Unknowns unknowns, Measured measured)
+    : unknowns_(std::move(unknowns)), first_row_(measured == Measured::joints ? 6 : 0), filled_(0) {
+  const Eigen::Index k = unknowns_.cols();
+  if (k == 0) throw std::invalid_argument("no unknowns to identify");
+  for (Eigen::Index c = 0; c < k; ++c) {
+    if (!unknowns_.col(c).allFinite() || unknowns_.col(c).isZero(0)) {
+      throw std::invalid_argument("unknown " + std::to_string(c) + " is zero or not finite");
+    }
+  }
+  rows_ = Eigen::MatrixXd::Zero(2 * (k + 1) + 10 * nb_dofs, k + 1);
+  squares_ = Eigen::VectorXd::Zero(k);
+  change_ = Eigen::MatrixXd::Zero(nb_dofs, k);
+}
+
+inline void Identification::add(const State& state, const JointVector& measured_torques,
+                                const BodyWrenches& wrenches) {
+  if (!measured_torques.allFinite() || !wrenches.allFinite()) {
+    throw std::invalid_argument("a measured torque or wrench is not finite");
+  }
+  const Eigen::Index rows = nb_dofs - first_row_, k = unknowns_.cols();
+  if (filled_ + rows > rows_.rows()) compress();
+  regressor(state, Y_);
+  Coordinates difference = -inverse_dynamics(state, wrenches);
+  difference.tail<nb_joints>() += measured_torques;
+  change_.noalias() = Y_ * unknowns_;
+  squares_ += change_.colwise().squaredNorm().transpose();
+  rows_.block(filled_, 0, rows, k) = change_.bottomRows(rows);
+  rows_.block(filled_, k, rows, 1) = difference.tail(rows);
+  filled_ += rows;
+  ++samples_;
+}
+
+// An orthogonal transformation changes no sum of squares, so the triangular factor stands for all
+// rows that went into it.
+inline void Identification::compress() {
+  const Eigen::Index size = rows_.cols();
+  const Eigen::HouseholderQR<Eigen::MatrixXd> qr(rows_.topRows(filled_));
+  const Eigen::Index kept = std::min(size, filled_);
+  rows_.topRows(kept) = qr.matrixQR().topRows(kept).triangularView<Eigen::Upper>();
+  filled_ = kept;
+}
+
+inline Identification::Result Identification::solve(double tolerance) const {
+  const Eigen::Index k = unknowns_.cols();
+  const Eigen::Index forces = static_cast<Eigen::Index>(samples_) * (nb_dofs - first_row_);
+  if (forces <= k) {
+    throw std::domain_error(std::to_string(forces) + " measured forces do not determine " +
+                            std::to_string(k) + " unknowns and their noise");
+  }
+  const Eigen::MatrixXd A = rows_.topLeftCorner(filled_, k);
+  const Eigen::VectorXd b = rows_.col(k).head(filled_);
+  // Columns are scaled by what an unknown does to all 28 forces, so that dependence does not hang
+  // on units, and an unknown that the measured ones do not feel is a column of rounding errors:
+  // small.
+  const Eigen::VectorXd scale = squares_.cwiseSqrt().cwiseInverse();
+  const Eigen::ColPivHouseholderQR<Eigen::MatrixXd> qr(A * scale.asDiagonal());
+  const Eigen::VectorXd pivots = qr.matrixQR().diagonal().cwiseAbs();
+  Eigen::Index rank = 0;
+  while (rank < pivots.size() && pivots[rank] > tolerance) ++rank;
+
+  Result result;
+  result.samples = samples_;
+  result.rank = rank;
+  const auto R = qr.matrixQR().topLeftCorner(rank, rank).triangularView<Eigen::Upper>();
+  const Eigen::VectorXd rotated = qr.householderQ().adjoint() * b;
+  Eigen::VectorXd leaders = R.solve(rotated.head(rank));
+  result.residual =
+      std::sqrt(rotated.tail(filled_ - rank).squaredNorm() / static_cast<double>(forces - rank));
+  const Eigen::MatrixXd R_inverse = R.solve(Eigen::MatrixXd::Identity(rank, rank));
+  Eigen::VectorXd deviations = result.residual * R_inverse.rowwise().norm();
+  // How the columns that are left out follow from the leaders.
+  Eigen::MatrixXd followers = R.solve(qr.matrixQR().topRightCorner(rank, k - rank));
+
+  const auto order = qr.colsPermutation().indices();
+  result.unknowns = Eigen::VectorXd::Zero(k);
+  result.deviations = Eigen::VectorXd::Constant(k, std::numeric_limits<double>::infinity());
+  result.combinations = Eigen::MatrixXd::Zero(rank, k);
+  for (Eigen::Index i = 0; i < rank; ++i) {
+    const double s = scale[order[i]];
+    result.unknowns[order[i]] = s * leaders[i];
+    result.combinations(i, order[i]) = 1;
+    double followed = 0;
+    for (Eigen::Index c = 0; c < k - rank; ++c) {
+      const double s_follower = scale[order[rank + c]];
+      // Below the tolerance a weight is rounding.
+      if (std::abs(followers(i, c)) <= 10 * tolerance) continue;
+      result.combinations(i, order[rank + c]) = s * followers(i, c) / s_follower;
+      followed = std::max(followed, std::abs(followers(i, c)));
+    }
+    if (followed == 0) result.deviations[order[i]] = s * deviations[i];
+    leaders[i] *= s;
+    deviations[i] *= s;
+  }
+  result.values = leaders;
+  result.value_deviations = deviations;
+  return result;
+}
 
 }  // namespace tavo::quantities

@@ -13,5 +13,6 @@
 #include <quantities/inverse_kinematics.hpp>
 #include <quantities/model.hpp>
 #include <quantities/momentum.hpp>
+#include <quantities/regressor.hpp>
 #include <quantities/stance.hpp>
 #include <quantities/state.hpp>
