@@ -176,13 +176,16 @@ inline Identification::Result Identification::solve(double tolerance) const {
   result.rank = rank;
   const auto R = qr.matrixQR().topLeftCorner(rank, rank).triangularView<Eigen::Upper>();
   const Eigen::VectorXd rotated = qr.householderQ().adjoint() * b;
-  Eigen::VectorXd leaders = R.solve(rotated.head(rank));
+  const auto solved = [&R](const Eigen::MatrixXd& rhs) -> Eigen::MatrixXd {
+    return rhs.size() > 0 ? R.solve(rhs) : rhs;  // Eigen's solver touches what an empty one has not
+  };
+  Eigen::VectorXd leaders = solved(rotated.head(rank));
   result.residual =
       std::sqrt(rotated.tail(filled_ - rank).squaredNorm() / static_cast<double>(forces - rank));
-  const Eigen::MatrixXd R_inverse = R.solve(Eigen::MatrixXd::Identity(rank, rank));
+  const Eigen::MatrixXd R_inverse = solved(Eigen::MatrixXd::Identity(rank, rank));
   Eigen::VectorXd deviations = result.residual * R_inverse.rowwise().norm();
   // How the columns that are left out follow from the leaders.
-  Eigen::MatrixXd followers = R.solve(qr.matrixQR().topRightCorner(rank, k - rank));
+  Eigen::MatrixXd followers = solved(qr.matrixQR().topRightCorner(rank, k - rank));
 
   const auto order = qr.colsPermutation().indices();
   result.unknowns = Eigen::VectorXd::Zero(k);
