@@ -7,7 +7,7 @@ if(DOXYGEN_FOUND)
   set(DOXYGEN_STRIP_FROM_PATH "${PROJECT_SOURCE_DIR}")
   set(DOXYGEN_STRIP_FROM_INC_PATH "${PROJECT_SOURCE_DIR}")
   set(DOXYGEN_USE_MDFILE_AS_MAINPAGE "${PROJECT_SOURCE_DIR}/README.md")
-  set(DOXYGEN_EXCLUDE_SYMBOLS "KT::Math::internal")
+  set(DOXYGEN_EXCLUDE_SYMBOLS "KT::Math::internal" "tavo::quantities::internal")
   set(DOXYGEN_JAVADOC_AUTOBRIEF YES)
   set(DOXYGEN_SORT_MEMBER_DOCS NO)  # the order of declaration is by theme
   set(DOXYGEN_BUILTIN_STL_SUPPORT YES)
@@ -17,13 +17,17 @@ if(DOXYGEN_FOUND)
   set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
   set(DOXYGEN_INPUT_FILTER "sed -E -f ${PROJECT_SOURCE_DIR}/cmake/markdown_for_doxygen.sed")
   set(DOXYGEN_HTML_EXTRA_FILES "${PROJECT_SOURCE_DIR}/docs/walk.svg")
+  file(GLOB quantities CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
+       "${PROJECT_SOURCE_DIR}/quantities/*.hpp")
+  list(REMOVE_ITEM quantities quantities/composite.hpp)  # not installed
   doxygen_add_docs(orvek23_docs
     README.md docs/conventions.md docs/hosting.md docs/packages.md docs/accuracy.md
     docs/performance.md docs/lanes.md apps/replay/README.md apps/urdf/README.md CONTRIBUTING.md
     CHANGELOG.md
     host/rigid_body_system.hpp host/loader.hpp ktmath/ktmath.hpp batch/batch.hpp
     motion/csv_reader.hpp motion/motion_columns.hpp motion/motion_file.hpp motion/motion_writer.hpp
-    motion/rates.hpp motion/robot_names.hpp motion/soles.hpp motion/window.hpp)
+    motion/rates.hpp motion/robot_names.hpp motion/soles.hpp motion/window.hpp
+    ${quantities} docs/quantities.md docs/tutorials.md examples/README.md)
 elseif(BUILD_TESTING)
   message(STATUS "orvek23_docs: no Doxygen to make and test them with (Debian: doxygen)")
 endif()

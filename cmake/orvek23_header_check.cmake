@@ -22,7 +22,10 @@ function(orvek23_check_headers)
   add_custom_target(orvek23_header_check ALL)
   file(GLOB motion CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
        "${PROJECT_SOURCE_DIR}/motion/*.hpp")
-  set(public batch/batch.hpp ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp ${motion})
+  file(GLOB quantities CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
+       "${PROJECT_SOURCE_DIR}/quantities/*.hpp")
+  set(public batch/batch.hpp ktmath/ktmath.hpp host/loader.hpp host/rigid_body_system.hpp ${motion}
+      ${quantities})
   file(GLOB inner CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
        "${PROJECT_SOURCE_DIR}/spatial/*.hpp" "${PROJECT_SOURCE_DIR}/model/*.hpp"
        "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/lanes/*.hpp"

@@ -7,7 +7,7 @@ include(CMakePackageConfigHelpers)
 # Fixed folders: a program finds the plug-in and its data relative to itself.
 set(package_dir lib/cmake/orvek23)
 
-set(libraries orvek23_ktmath orvek23_host orvek23_motion)
+set(libraries orvek23_ktmath orvek23_host orvek23_motion orvek23_quantities)
 if(ORVEK23_BATCH)
   list(APPEND libraries orvek23_batch)
 endif()
@@ -33,7 +33,7 @@ configure_file(cmake/orvek23.pc.in orvek23.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/orvek23.pc" DESTINATION share/pkgconfig COMPONENT dev)
 
 # The documents, in the folders that their links expect: in the build folder as in an installation.
-file(GLOB documents CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" *.md apps/*/*.md docs/*)
+file(GLOB documents CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" *.md apps/*/*.md docs/* examples/*)
 foreach(document IN LISTS documents)
   configure_file(${document} "${PROJECT_BINARY_DIR}/share/doc/orvek23/${document}" COPYONLY)
   get_filename_component(folder "${document}" DIRECTORY)
