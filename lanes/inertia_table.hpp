@@ -49,6 +49,12 @@ class InertiaTable {
     unrolled<e.size()>([&](auto k) { e[k] = load_row<Lanes>(by_group_[g][k].data()); });
     return from_components<OnLanes<Spatial::Inertia>>(e);
   }
+  template <std::size_t g>
+  OnLanes<Spatial::Inertia, Wide> of_group_in_both_halves() const {
+    ComponentArray<OnLanes<Spatial::Inertia, Wide>> e;
+    unrolled<e.size()>([&](auto k) { e[k] = load_in_both_halves(by_group_[g][k].data()); });
+    return from_components<OnLanes<Spatial::Inertia, Wide>>(e);
+  }
   Spatial::Inertia root() const {
     std::array<float, 10> e;
     for (std::size_t k = 0; k < e.size(); ++k) e[k] = by_group_[0][k][0];

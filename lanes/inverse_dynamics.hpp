@@ -41,20 +41,21 @@ VandA root_motion(const State<Model>& state, const float* dq, const float* ddq) 
   return side_by_side(vj, metapod::internal::acceleration(X_a, half_of<1>(S_rates), cj, vj, vj));
 }
 
-/// One group: the motion of its nodes from that of their parents, and the force of it.
+/// One group: iXp and inertia in both halves; the motion of its nodes from that of their parents,
+/// and the force of it.
 template <class Transform>
 OnLanes<Spatial::Force> step_outward(const Transform& iXp, const VandA& va_p,
-                                     const OnLanes<Spatial::Inertia>& inertia, const Lanes& dq,
-                                     const Lanes& ddq, const OnLanes<Spatial::Force>& fext,
-                                     Stored<VandA>& va_i) {
+                                     const OnLanes<Spatial::Inertia, Wide>& inertia,
+                                     const Lanes& dq, const Lanes& ddq,
+                                     const OnLanes<Spatial::Force>& fext, Stored<VandA>& va_i) {
   const OnLanes<Spatial::Motion> vj({Lanes{}, Lanes{}, dq}, {}), cj;
   const auto S_ddq = broadcast(Spatial::ConstraintMotionAxisZ{}) * ddq;
 
-  const auto X_va = both_halves(iXp) * va_p;
+  const auto X_va = iXp * va_p;
   const auto v = metapod::internal::velocity(half_of<0>(X_va), vj);
   const auto a = metapod::internal::acceleration(half_of<1>(X_va), S_ddq, cj, v, vj);
   const auto va = side_by_side(v, a);
-  const auto I_va = both_halves(inertia) * va;
+  const auto I_va = inertia * va;
   va_i = va;
   return metapod::internal::body_force(v, half_of<0>(I_va), half_of<1>(I_va), fext);
 }
@@ -74,10 +75,10 @@ ORVEK23_WHOLE void inverse_dynamics(State<Model>& state, const InertiaTable<Mode
   va[0] = internal::root_motion(state, dq, ddq);
   outward<Model>([&](auto g) {
     Stored<internal::VandA> scratch;
-    f[g] = internal::step_outward(*state.sXp.template of_group<g>(),
-                                  *of_parents<Model, g>(va, scratch),
-                                  inertias.template of_group<g>(), coordinates<Model, g>(dq),
-                                  coordinates<Model, g>(ddq), *state.fext[g], va[g]);
+    f[g] = internal::step_outward(
+        state.sXp.template of_group<g>().in_both_halves(), *of_parents<Model, g>(va, scratch),
+        inertias.template of_group_in_both_halves<g>(), coordinates<Model, g>(dq),
+        coordinates<Model, g>(ddq), *state.fext[g], va[g]);
   });
   inward<Model>([&](auto g) {
     const auto f_g = plus_children<Model, g>(*f[g], f_in_parent);

@@ -58,14 +58,26 @@ using Block = Wide;
 inline Wide joined(const Lanes& low, const Lanes& high) {
   return __builtin_shufflevector(low, high, 0, 1, 2, 3, 4, 5, 6, 7);
 }
+// The next three by opcode: from shuffles g++ 12 makes another one for all of them, which goes to
+// the unit that limits the passes (40 % of the mass matrix's shuffles).
+/// Four floats in memory, in both halves: a load and no shuffle.
+inline Wide load_in_both_halves(const float* a) {
+#ifdef __clang__
+  Lanes x;
+  std::memcpy(&x, a, sizeof(x));
+  return joined(x, x);
+#else
+  return __builtin_ia32_vbroadcastf128_ps256(reinterpret_cast<const Lanes*>(a));
+#endif
+}
 /// Half 0 is the low one.
 template <std::size_t n>
 Lanes half(const Wide& x) {
-  return __builtin_shufflevector(x, x, 4 * n, 4 * n + 1, 4 * n + 2, 4 * n + 3);
+  return __builtin_ia32_vextractf128_ps256(x, n);
 }
 /// The low half of x, the high half of y.
 inline Wide low_and_high(const Wide& x, const Wide& y) {
-  return __builtin_shufflevector(x, y, 0, 1, 2, 3, 12, 13, 14, 15);
+  return __builtin_ia32_blendps256(x, y, 0xf0);
 }
 /// The same lanes in both halves.
 template <int a, int b, int c, int d>
@@ -92,6 +104,11 @@ using Block = Lanes;
 
 inline Wide joined(const Lanes& low, const Lanes& high) {
   return {low, high};
+}
+inline Wide load_in_both_halves(const float* a) {
+  Lanes x;
+  std::memcpy(&x, a, sizeof(x));
+  return {x, x};
 }
 template <std::size_t n>
 Lanes half(const Wide& x) {

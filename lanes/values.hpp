@@ -27,6 +27,13 @@ class Stored {
     return *this;
   }
   T operator*() const { return from_components<T>(e_); }
+  /// Of a value on Lanes: in both halves of wide ones.
+  Rebound<T, Wide> in_both_halves() const {
+    ComponentArray<Rebound<T, Wide>> e;
+    unrolled<e.size()>(
+        [&](auto k) { e[k] = load_in_both_halves(reinterpret_cast<const float*>(&e_[k])); });
+    return from_components<Rebound<T, Wide>>(e);
+  }
   const ComponentArray<T>& components() const { return e_; }
   ComponentArray<T>& components() { return e_; }
 
@@ -50,10 +57,6 @@ Rebound<L, Wide> side_by_side(const L& low, const L& high) {
   ComponentArray<Rebound<L, Wide>> e;
   unrolled<e.size()>([&](auto k) { e[k] = joined(a[k], b[k]); });
   return from_components<Rebound<L, Wide>>(e);
-}
-template <class L>
-Rebound<L, Wide> both_halves(const L& value) {
-  return side_by_side(value, value);
 }
 template <std::size_t n, class W>
 OnLanes<W> half_of(const W& value) {
