@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstring>
 
 #include "lanes/groups.hpp"
 #include "lanes/inertia_table.hpp"
@@ -38,8 +39,13 @@ struct State {
   void set_fext(std::size_t i, const Spatial::Force& force) {
     const Place& place = schedule<Model>.places[i];
     const auto e = lanes::components(force);
-    auto& row = fext[static_cast<std::size_t>(place.group)].components();
-    for (std::size_t k = 0; k < e.size(); ++k) row[k][place.lane] = e[k];
+    auto& rows = fext[static_cast<std::size_t>(place.group)].components();
+    // Through memory: to set a lane of a vector, clang stores the whole of it, which must be there.
+    for (std::size_t k = 0; k < e.size(); ++k) {
+      std::memcpy(
+          reinterpret_cast<char*>(&rows[k]) + sizeof(float) * static_cast<std::size_t>(place.lane),
+          &e[k], sizeof(float));
+    }
   }
 };
 
