@@ -10,6 +10,7 @@
 
 #include "apps/replay/plot/axis.hpp"
 #include "apps/replay/plot/skeleton.hpp"
+#include "apps/replay/sole_outline.hpp"
 #include "tests/replay_fixture.hpp"
 
 /// What gnuplot wrote: texts with their places, the soles that stand, the centres of mass of the
@@ -76,7 +77,7 @@ struct Picture {
     std::vector<double> footholds;
     for (const Sole& sole : soles) {
       const double heel = (sole.corners[0].x - find("0", "middle").x) / px_per_metre();
-      if (sole.left == left) footholds.push_back(heel - replay::drawn_heel);
+      if (sole.left == left) footholds.push_back(heel - replay::sole_heel);
     }
     return footholds;
   }

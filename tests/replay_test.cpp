@@ -448,7 +448,8 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
        "\"partial-com:LKneePitch\"?"},
       {"motion.csv -o results.csv --signals com,",
        "--signals: unknown signal \"\"; there are com, pose, torque, jacobian, mass-matrix, "
-       "partial-com:BODY"},
+       "partial-com:BODY, com-velocity, momentum, root-wrench, zmp, cop, margin, capture-point, "
+       "energy, gravity-torque"},
       {"motion.csv -o results.csv --signals partial-com:Torso",
        "--signals: \"partial-com:Torso\": the root cannot be left out"},
       {"motion.csv -o results.csv --bodies Torso,LKneePich",

@@ -40,6 +40,17 @@ std::function<void(const std::string&)> chosen(const std::string& option, const 
   };
 }
 
+// Broken at blanks, to stand beside the options in 80 columns.
+std::string in_lines(std::string text) {
+  constexpr std::size_t width = 60;
+  for (std::size_t begin = 0; begin + width < text.size();) {
+    const std::size_t blank = text.rfind(' ', begin + width);
+    text[blank] = '\n';
+    begin = blank + 1;
+  }
+  return text;
+}
+
 void declare_reading(CLI::App& app, tavo::motion::MotionOptions& reading) {
   const std::map<std::string, char> separators = {
       {",", ','}, {";", ';'}, {"\t", '\t'}, {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}};
@@ -63,8 +74,7 @@ void declare_view(CLI::App& app, replay::ViewChoice& view, CLI::Option* plot) {
 
 void declare(CLI::App& app, replay::Options& options) {
   app.add_option("MOTION", options.motion,
-                 "Motion, a CSV file; - for standard input; default: the\n"
-                 "walk that comes along")
+                 "Motion, a CSV file, or - for standard input; default: a walk")
       ->option_text(" ")
       ->check(apps::file_name());
   declare_reading(app, options.reading);
@@ -75,7 +85,7 @@ void declare(CLI::App& app, replay::Options& options) {
           ->check(apps::file_name());
   app.add_option("--signals", options.selection.signals,
                  "What results hold; default: " + options.selection.signals + "; there are\n" +
-                     replay::signal_names)
+                     in_lines(replay::signal_names))
       ->option_text("LIST")
       ->needs(output);
   app.add_option("--bodies", options.selection.bodies,

@@ -11,6 +11,7 @@
 
 #include "apps/replay/degrees.hpp"
 #include "apps/replay/driver.hpp"
+#include "apps/replay/observation.hpp"
 #include "apps/replay/plot/plot.hpp"
 #include "apps/replay/progress.hpp"
 #include "apps/replay/results_file.hpp"
@@ -87,22 +88,24 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
     results.emplace(options.results, signals);
   }
   Driver driver(*system, motion.wrench_bodies(), computations(signals));
+  Observation observed(*system, motion.wrench_bodies());
   Summary summary(*system, motion.wrench_bodies());
   std::optional<Plot> plot;
   if (!options.plot.empty()) {
     require_own_name(options.plot, options);
-    plot.emplace(options.plot, options.view, *system, motion.wrench_bodies());
+    plot.emplace(options.plot, options.view, *system);
   }
   DegreesGuess degrees;
   std::string not_finite;
   std::optional<Progress> progress(std::in_place, terminal);
   while (const std::optional<motion::State> state = states.next()) {
     driver.run(*state);
-    std::optional<std::string> fault = summary.add(*state, *system);
+    observed.update(*state);
+    std::optional<std::string> fault = summary.add(state->sample, observed);
     if (results) {
-      if (auto place = results->add(state->sample.time, *system)) fault = place;
+      if (auto place = results->add(state->sample.time, observed)) fault = place;
     }
-    if (plot) plot->add(state->sample, *system);
+    if (plot) plot->add(state->sample.time, observed);
     if (fault && not_finite.empty()) {
       not_finite = "line " + std::to_string(state->sample.line) +
                    ": its results are not finite, first " + *fault;

@@ -1,6 +1,5 @@
 #include "apps/replay/results_file.hpp"
 
-#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -13,15 +12,16 @@ ResultsFile::ResultsFile(const std::filesystem::path& path, std::vector<Signal> 
     : path_(path), file_(path), signals_(std::move(signals)) {
   for (const Signal& signal : signals_) {
     columns_.insert(columns_.end(), signal.columns.begin(), signal.columns.end());
+    may_be_missing_.resize(columns_.size(), signal.may_be_missing);
   }
   std::string header = "time";
   for (const std::string& column : columns_) header += "," + column;
   file_.write(header + "\n");
 }
 
-std::optional<std::string> ResultsFile::add(double time, const tavo::RigidBodySystem& system) {
+std::optional<std::string> ResultsFile::add(double time, const Observation& observed) {
   row_.clear();
-  for (const Signal& signal : signals_) signal.read(system, row_);
+  for (const Signal& signal : signals_) signal.read(observed, row_);
   line_.clear();
   motion::append_number(line_, time);
   for (const float value : row_) {
@@ -31,12 +31,15 @@ std::optional<std::string> ResultsFile::add(double time, const tavo::RigidBodySy
   line_ += '\n';
   file_.write(line_);
   ++rows_;
-  const auto fault =
-      std::find_if_not(row_.begin(), row_.end(), [](float value) { return std::isfinite(value); });
-  if (fault == row_.end()) return std::nullopt;
-  const auto column = static_cast<std::size_t>(fault - row_.begin());
+  std::size_t column = 0;
+  while (column < row_.size() && is_good(column)) ++column;
+  if (column == row_.size()) return std::nullopt;
   return motion::output_name(path_) + ", line " + std::to_string(rows_ + 1) + ", column " +
          std::to_string(column + 2) + " (" + columns_[column] + ")";
+}
+
+bool ResultsFile::is_good(std::size_t column) const {
+  return std::isfinite(row_[column]) || (std::isnan(row_[column]) && may_be_missing_[column]);
 }
 
 }  // namespace replay

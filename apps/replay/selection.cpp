@@ -6,6 +6,7 @@
 #include <string_view>
 #include <utility>
 
+#include "apps/replay/quantity_signals.hpp"
 #include "motion/csv_fields.hpp"
 #include "motion/messages.hpp"
 #include "motion/nearest_name.hpp"
@@ -57,6 +58,7 @@ Catalogue catalogue(const Names& bodies, const tavo::RigidBodySystem& system) {
                    {"torque", {torque_signal(system)}},
                    {"jacobian", {jacobian_signal(system)}},
                    {"mass-matrix", {mass_matrix_signal(system)}}};
+  for (const auto& [name, signal] : quantity_signals(system)) all.push_back({name, {signal}});
   for (const std::string& body : motion::names_of(system).bodies) {
     if (body == system.getRootName()) continue;
     all.push_back({"partial-com:" + body, {partial_com_signal(system, body)}});

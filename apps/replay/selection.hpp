@@ -18,7 +18,9 @@ struct Selection {
 inline constexpr char default_bodies[] = "LAnkleRoll,RAnkleRoll,LElbowRoll,RElbowRoll,HeadPitch";
 
 /// The signals there are, for people to read.
-inline constexpr char signal_names[] = "com, pose, torque, jacobian, mass-matrix, partial-com:BODY";
+inline constexpr char signal_names[] =
+    "com, pose, torque, jacobian, mass-matrix, partial-com:BODY, com-velocity, momentum, "
+    "root-wrench, zmp, cop, margin, capture-point, energy, gravity-torque";
 
 /// The signals selected, in the order of their names. Throws std::runtime_error that names the
 /// option: a name that is unknown, or there twice, or bodies without their poses.

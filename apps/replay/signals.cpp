@@ -9,7 +9,6 @@
 #include "motion/robot_names.hpp"
 
 namespace replay {
-namespace motion = tavo::motion;
 namespace {
 
 // q and -q are the same orientation: takes the one nearer to the last.
@@ -54,8 +53,8 @@ void append_rows(const Matrix& matrix, std::vector<float>& row) {
 Signal com_signal() {
   Signal signal;
   signal.columns = {"com.x", "com.y", "com.z"};
-  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
-    const KT::Math::Position3D& com = computed.getComPosition();
+  signal.read = [](const Observation& observed, std::vector<float>& row) {
+    const KT::Math::Position3D& com = observed.system().getComPosition();
     row.insert(row.end(), {com.x, com.y, com.z});
   };
   return signal;
@@ -67,8 +66,8 @@ Signal pose_signal(const tavo::RigidBodySystem& system, const std::string& body)
     signal.columns.push_back(body + part);
   }
   signal.read = [id = system.getBodyId(body), last = std::optional<Eigen::Quaterniond>()](
-                    const tavo::RigidBodySystem& computed, std::vector<float>& row) mutable {
-    const KT::Math::Transform& pose = computed.getPose(id);
+                    const Observation& observed, std::vector<float>& row) mutable {
+    const KT::Math::Transform& pose = observed.system().getPose(id);
     const Eigen::Quaterniond q = orientation(pose, last);
     row.insert(row.end(), {pose.m[3], pose.m[7], pose.m[11]});
     for (const double component : {q.w(), q.x(), q.y(), q.z()}) {
@@ -84,8 +83,8 @@ Signal torque_signal(const tavo::RigidBodySystem& system) {
   for (const std::string& joint : motion::names_of(system).joints) {
     signal.columns.push_back("torque." + joint);
   }
-  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
-    const tavo::JointRange torques = computed.getJointAnglesTorque();
+  signal.read = [](const Observation& observed, std::vector<float>& row) {
+    const tavo::JointRange torques = observed.system().getJointAnglesTorque();
     row.insert(row.end(), torques.first, torques.second);
   };
   return signal;
@@ -95,8 +94,8 @@ Signal jacobian_signal(const tavo::RigidBodySystem& system) {
   Signal signal;
   signal.columns = matrix_columns("J", {"wx", "wy", "wz", "vx", "vy", "vz"},
                                   motion::names_of(system).coordinates());
-  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
-    append_rows(computed.getJacobianInRoot(), row);
+  signal.read = [](const Observation& observed, std::vector<float>& row) {
+    append_rows(observed.system().getJacobianInRoot(), row);
   };
   return signal;
 }
@@ -107,8 +106,8 @@ Signal mass_matrix_signal(const tavo::RigidBodySystem& system) {
   signal.columns = matrix_columns("H", coordinates, coordinates);
   signal.columns.push_back("H.joint_condition");
   signal.compute = [](tavo::RigidBodySystem& computed) { computed.computeGeneralizedMass(); };
-  signal.read = [](const tavo::RigidBodySystem& computed, std::vector<float>& row) {
-    const auto& H = computed.getGeneralizedMass();
+  signal.read = [](const Observation& observed, std::vector<float>& row) {
+    const auto& H = observed.system().getGeneralizedMass();
     append_rows(H, row);
     const Eigen::Index joints = H.rows() - 6;
     const Eigen::MatrixXd joint_block = H.bottomRightCorner(joints, joints).cast<double>();
@@ -126,7 +125,7 @@ Signal partial_com_signal(const tavo::RigidBodySystem& system, const std::string
   signal.compute = [id = system.getBodyId(body), com_root](tavo::RigidBodySystem& computed) {
     *com_root = computed.computePartialComPositionInRoot(id);
   };
-  signal.read = [com_root](const tavo::RigidBodySystem&, std::vector<float>& row) {
+  signal.read = [com_root](const Observation&, std::vector<float>& row) {
     row.insert(row.end(), {com_root->x, com_root->y, com_root->z});
   };
   return signal;

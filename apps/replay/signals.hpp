@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "apps/replay/observation.hpp"
+
 namespace replay {
 
 /// Columns of the results: their names, and how to get them once a sample has gone through
@@ -14,7 +16,9 @@ struct Signal {
   /// Computes what kinematics and inverse dynamics leave out; empty if that is nothing.
   std::function<void(tavo::RigidBodySystem&)> compute;
   /// Appends one value a column.
-  std::function<void(const tavo::RigidBodySystem&, std::vector<float>& row)> read;
+  std::function<void(const Observation&, std::vector<float>& row)> read;
+  /// Whether it is not there in every sample: nan then says so, and is no fault.
+  bool may_be_missing = false;
 };
 
 /// com.x, com.y, com.z: centre of mass of all bodies, world frame (m).

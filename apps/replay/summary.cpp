@@ -35,8 +35,7 @@ void Summary::Magnitude::add(double value) {
 }
 
 Summary::Summary(const tavo::RigidBodySystem& system,
-                 const std::vector<unsigned long>& wrench_bodies)
-    : residual_(system, wrench_bodies) {
+                 const std::vector<unsigned long>& wrench_bodies) {
   for (std::size_t i = 0; i < feet_.size(); ++i) {
     feet_[i] = {motion::foot_bodies[i], system.getBodyId(motion::foot_bodies[i]), {}};
   }
@@ -46,12 +45,11 @@ Summary::Summary(const tavo::RigidBodySystem& system,
   }
 }
 
-std::optional<std::string> Summary::add(const motion::State& state,
-                                        const tavo::RigidBodySystem& system) {
-  const motion::Sample& sample = state.sample;
+std::optional<std::string> Summary::add(const motion::Sample& sample, const Observation& observed) {
+  const tavo::RigidBodySystem& system = observed.system();
   if (samples_++ == 0) first_time_ = sample.time;
   last_time_ = sample.time;
-  const RootResidual::Wrench residual = residual_.of(state, system);
+  const quantities::Wrench residual = observed.root_wrench();
   if (const auto fault = first_not_finite(system, residual)) {
     ++left_out_;
     return fault;
@@ -70,7 +68,7 @@ std::optional<std::string> Summary::add(const motion::State& state,
 }
 
 std::optional<std::string> Summary::first_not_finite(const tavo::RigidBodySystem& system,
-                                                     const RootResidual::Wrench& residual) const {
+                                                     const quantities::Wrench& residual) const {
   const auto finite = [](const KT::Math::Position3D& point) {
     return std::isfinite(point.x) && std::isfinite(point.y) && std::isfinite(point.z);
   };

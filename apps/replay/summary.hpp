@@ -12,7 +12,7 @@
 #include <Eigen/Core>
 #include <Eigen/Geometry>
 
-#include "apps/replay/root_residual.hpp"
+#include "apps/replay/observation.hpp"
 #include "motion/rates.hpp"
 #include "motion/soles.hpp"
 
@@ -25,9 +25,9 @@ class Summary {
   /// Of a system whose kinematics are computed; the motion brings wrenches on `wrench_bodies`.
   Summary(const tavo::RigidBodySystem& system, const std::vector<unsigned long>& wrench_bodies);
 
-  /// Takes in a state and the results that the system's getters show for it. A state with results
-  /// that are not finite is left out, and the first such result named.
-  std::optional<std::string> add(const motion::State& state, const tavo::RigidBodySystem& system);
+  /// Takes in a sample and what is observed of it. One with results that are not finite is left
+  /// out, and the first such result named.
+  std::optional<std::string> add(const motion::Sample& sample, const Observation& observed);
 
   /// Those that are left out, too.
   std::size_t samples() const { return samples_; }
@@ -64,7 +64,7 @@ class Summary {
   };
 
   std::optional<std::string> first_not_finite(const tavo::RigidBodySystem& system,
-                                              const RootResidual::Wrench& residual) const;
+                                              const quantities::Wrench& residual) const;
   void add_root(const motion::Sample& sample);
   int decimals_of_time() const;
   std::string at(double time) const;
@@ -80,7 +80,6 @@ class Summary {
   std::array<Foot, motion::foot_bodies.size()> feet_;
   std::vector<Joint> joints_;
   std::vector<std::string> wrench_bodies_;
-  RootResidual residual_;
   Magnitude residual_force_, residual_moment_;
 };
 

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "apps/replay/plot/colours.hpp"
+#include "apps/replay/sole_outline.hpp"
 
 namespace replay {
 namespace {
@@ -15,9 +16,9 @@ using Eigen::Vector2d;
 // A sole that stands: around its corners.
 std::vector<Vector2d> outline(const Foothold& foothold) {
   const Vector2d ahead = foothold.ahead.head<2>().normalized();
-  const Vector2d half_width = drawn_half_width * Vector2d(-ahead.y(), ahead.x());
-  const Vector2d heel = foothold.sole.head<2>() + drawn_heel * ahead;
-  const Vector2d toe = foothold.sole.head<2>() + drawn_toe * ahead;
+  const Vector2d half_width = sole_half_width * Vector2d(-ahead.y(), ahead.x());
+  const Vector2d heel = foothold.sole.head<2>() + sole_heel * ahead;
+  const Vector2d toe = foothold.sole.head<2>() + sole_toe * ahead;
   return {heel + half_width, toe + half_width, toe - half_width, heel - half_width,
           heel + half_width};
 }

@@ -1,6 +1,6 @@
 #include "apps/replay/plot/footholds.hpp"
 
-#include "apps/replay/plot/skeleton.hpp"
+#include "apps/replay/sole_outline.hpp"
 
 namespace replay {
 namespace {
@@ -8,7 +8,7 @@ namespace {
 bool is_elsewhere(const Foothold& a, const Foothold& b) {
   constexpr double slip = 0.01;  // m
   const auto toe = [](const Foothold& foothold) -> Eigen::Vector3d {
-    return foothold.sole + drawn_toe * foothold.ahead;
+    return foothold.sole + sole_toe * foothold.ahead;
   };
   return (a.sole - b.sole).norm() > slip || (toe(a) - toe(b)).norm() > slip;
 }

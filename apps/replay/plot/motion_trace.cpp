@@ -28,32 +28,29 @@ void TorqueRange::merge(const TorqueRange& later) {
   }
 }
 
-MotionTrace::MotionTrace(const tavo::RigidBodySystem& system,
-                         const std::vector<unsigned long>& wrench_bodies)
-    : skeleton_(system), weight_(9.81 * system.getMass()) {
+MotionTrace::MotionTrace(const tavo::RigidBodySystem& system) : skeleton_(system) {
   for (std::size_t i = 0; i < feet_.size(); ++i) {
     feet_[i].body = system.getBodyId(motion::foot_bodies[i]);
-    const auto found = std::find(wrench_bodies.begin(), wrench_bodies.end(), feet_[i].body);
-    if (found != wrench_bodies.end()) feet_[i].force = 6 * (found - wrench_bodies.begin());
   }
 }
 
-void MotionTrace::add(const motion::Sample& sample, const tavo::RigidBodySystem& system) {
-  if (samples_++ == 0) first_time_ = sample.time;
-  last_time_ = sample.time;
-  add_posture(sample, system);
-  add_torques(sample.time, system);
+void MotionTrace::add(double time, const Observation& observed) {
+  if (samples_++ == 0) first_time_ = time;
+  last_time_ = time;
+  add_posture(time, observed);
+  add_torques(time, observed.system());
 }
 
-void MotionTrace::add_posture(const motion::Sample& sample, const tavo::RigidBodySystem& system) {
-  Posture posture{sample.time, as_vector(system.getComPosition()), {}, skeleton_.points(system)};
+void MotionTrace::add_posture(double time, const Observation& observed) {
+  const tavo::RigidBodySystem& system = observed.system();
+  Posture posture{time, as_vector(system.getComPosition()), {}, skeleton_.points(system)};
   if (!is_finite(posture)) return;
   for (std::size_t i = 0; i < feet_.size(); ++i) {
     const KT::Math::Transform& pose = system.getPose(feet_[i].body);
     const Vector3d sole = as_vector(motion::sole_point(pose));
     const Vector3d ahead = as_vector(motion::sole_point(pose, 1)) - sole;
     posture.soles[i] = sole;
-    feet_[i].footholds.add(stands(feet_[i], sample, sole), {sole, ahead});
+    feet_[i].footholds.add(observed.stands(i), {sole, ahead});
   }
   travel_.add(posture.points);
   if (!lowest_ || posture.com.z() < lowest_->com.z()) lowest_ = posture;
@@ -72,12 +69,6 @@ std::vector<Posture> MotionTrace::postures() const {
     if (later == postures.end() || later->time > extreme->time) postures.insert(later, *extreme);
   }
   return postures;
-}
-
-bool MotionTrace::stands(const Foot& foot, const motion::Sample& sample,
-                         const Vector3d& sole) const {
-  if (foot.force) return sample.wrenches.segment<3>(*foot.force).norm() > 0.05 * weight_;
-  return std::abs(sole.z()) < 0.003;
 }
 
 void MotionTrace::add_torques(double time, const tavo::RigidBodySystem& system) {

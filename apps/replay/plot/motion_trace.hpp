@@ -8,12 +8,12 @@
 
 #include <Eigen/Core>
 
+#include "apps/replay/observation.hpp"
 #include "apps/replay/plot/axis.hpp"
 #include "apps/replay/plot/footholds.hpp"
 #include "apps/replay/plot/skeleton.hpp"
 #include "apps/replay/plot/thinned.hpp"
 #include "apps/replay/plot/view.hpp"
-#include "motion/motion_file.hpp"
 #include "motion/soles.hpp"
 
 namespace replay {
@@ -46,12 +46,10 @@ struct TorqueRange {
 /// What the picture of a motion shows, gathered sample by sample in bounded memory.
 class MotionTrace {
  public:
-  /// The samples carry wrenches on `wrench_bodies`.
-  MotionTrace(const tavo::RigidBodySystem& system, const std::vector<unsigned long>& wrench_bodies);
+  explicit MotionTrace(const tavo::RigidBodySystem& system);
 
-  /// Takes in a sample and the results that the system's getters show for it. Results that are not
-  /// finite are left out.
-  void add(const motion::Sample& sample, const tavo::RigidBodySystem& system);
+  /// Takes in what is observed of a sample, but results that are not finite. `time`: s.
+  void add(double time, const Observation& observed);
 
   std::size_t samples() const { return samples_; }
   double first_time() const { return first_time_; }
@@ -63,24 +61,19 @@ class MotionTrace {
   /// From where the motion is best seen.
   View view(ViewChoice choice) const { return travel_.view(choice); }
   const std::vector<TorqueRange>& torques() const { return torques_.items(); }
-  /// Of one foot, in the order of foot_bodies. A foot stands while it carries a twentieth of the
-  /// robot's weight; in a motion that has no wrench for it, while its sole is on the ground, z = 0,
-  /// to 3 mm.
+  /// Of one foot, in the order of foot_bodies.
   std::vector<Foothold> footholds(std::size_t foot) const { return feet_[foot].footholds.all(); }
 
  private:
   struct Foot {
     unsigned long body;
-    std::optional<Eigen::Index> force;  // where it begins among a sample's wrenches
     Footholds footholds;
   };
 
-  bool stands(const Foot& foot, const motion::Sample& sample, const Eigen::Vector3d& sole) const;
-  void add_posture(const motion::Sample& sample, const tavo::RigidBodySystem& system);
+  void add_posture(double time, const Observation& observed);
   void add_torques(double time, const tavo::RigidBodySystem& system);
 
   Skeleton skeleton_;
-  double weight_;  // N
   std::array<Foot, motion::foot_bodies.size()> feet_;
   std::size_t samples_ = 0;
   double first_time_ = 0, last_time_ = 0;

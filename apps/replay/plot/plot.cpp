@@ -76,9 +76,8 @@ std::string title(const std::string& motion, const MotionTrace& trace) {
 
 }  // namespace
 
-Plot::Plot(const std::filesystem::path& path, ViewChoice view, const tavo::RigidBodySystem& system,
-           const std::vector<unsigned long>& wrench_bodies)
-    : format_(usable_format(path)), view_(view), file_(path), trace_(system, wrench_bodies) {}
+Plot::Plot(const std::filesystem::path& path, ViewChoice view, const tavo::RigidBodySystem& system)
+    : format_(usable_format(path)), view_(view), file_(path), trace_(system) {}
 
 void Plot::commit(const std::string& motion) {
   Sheet sheet;

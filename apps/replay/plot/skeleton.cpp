@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "apps/replay/sole_outline.hpp"
 #include "motion/soles.hpp"
 
 namespace replay {
@@ -99,8 +100,8 @@ std::vector<Vector3d> Skeleton::points(const tavo::RigidBodySystem& system) cons
     const Vector3d com = as_vector(system.getComPosition(end.body));
     switch (end.kind) {
       case EndKind::sole:
-        points.push_back(as_vector(motion::sole_point(pose, drawn_heel)));
-        points.push_back(as_vector(motion::sole_point(pose, drawn_toe)));
+        points.push_back(as_vector(motion::sole_point(pose, sole_heel)));
+        points.push_back(as_vector(motion::sole_point(pose, sole_toe)));
         break;
       case EndKind::rod:
         points.push_back(2 * com - origin(pose));

@@ -13,10 +13,6 @@ enum class Side { middle, left, right };
 
 Eigen::Vector3d as_vector(const KT::Math::Position3D& point);
 
-/// The outline of a sole as it is drawn, in metres from the point below the ankle: the robot's
-/// model has none.
-inline constexpr float drawn_heel = -0.035f, drawn_toe = 0.075f, drawn_half_width = 0.025f;
-
 /// The robot as a stick figure, made from the names and parents that the plug-in gives. A foot ends
 /// in its sole, the head in a ball about its centre of mass with a nose, a forearm where it would
 /// if it were an even rod.
