@@ -33,7 +33,8 @@ struct Picture {
   };
   std::vector<Text> texts;
   std::vector<Sole> soles;
-  std::vector<Point> centres_of_mass;  // from the side, then from above
+  std::vector<Point> centres_of_mass;            // from the side, then from above
+  std::vector<std::vector<Point>> green_curves;  // solid
 
   explicit Picture(const std::string& svg) {
     const std::regex text(
@@ -56,6 +57,20 @@ struct Picture {
       const Point at{std::stod(found[1]), std::stod(found[2])};
       if (at.x < legend) centres_of_mass.push_back(at);
     });
+    const std::string curve = "<path stroke='rgb(  0, 158, 115)'  d='";  // too long for a regex
+    for (std::size_t at = 0; (at = svg.find(curve, at)) != std::string::npos;) {
+      at += curve.size();
+      std::string numbers = svg.substr(at, svg.find('\'', at) - at);
+      std::replace_if(
+          numbers.begin(), numbers.end(), [](char c) { return c == 'M' || c == 'L' || c == ','; },
+          ' ');
+      std::istringstream in(numbers);
+      std::vector<Point> points;
+      for (Point point{}; in >> point.x >> point.y;) {
+        if (point.x < legend) points.push_back(point);
+      }
+      if (!points.empty()) green_curves.push_back(points);
+    }
   }
 
   /// The first one: panels are written from the top down.

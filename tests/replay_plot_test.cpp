@@ -15,7 +15,7 @@
 
 namespace {
 
-using replay::Posture, replay::Thinned, replay::TorqueRange;
+using replay::Posture, replay::Thinned, replay::ValueRange;
 
 void expect_near(const std::vector<double>& got, const std::vector<double>& want,
                  double tolerance) {
@@ -44,6 +44,52 @@ TEST_F(ReplayPlot, ShowsTheWalkToScale) {
   EXPECT_NEAR(left[1].x - left[0].x, 0.11 * scale, 0.2);
   EXPECT_NEAR(left[3].y - left[0].y, 0.05 * scale, 0.2);
   EXPECT_NEAR(right[0].y - left[0].y, 0.1 * scale, 0.2) << "the left foot is not on top";
+}
+
+// The zero-moment point wanders from foot to foot, 4 mm inside their middles and, at the start, 8
+// mm behind; its margin has the heights of the results.
+TEST_F(ReplayPlot, ShowsTheBalanceOfTheWalk) {
+  const Picture picture(svg(text(walk())));
+  for (const char* text : {"support polygon", "cop (wrenches)", "zmp (motion)", "margin"}) {
+    picture.find(text, "start");
+  }
+  ASSERT_GE(picture.green_curves.size(), 2U);
+  const auto least = [](const std::vector<Picture::Point>& curve, double Picture::Point::*axis,
+                        double sign) {
+    double value = sign * curve.front().*axis;
+    for (const Picture::Point& point : curve) value = std::min(value, sign * point.*axis);
+    return sign * value;
+  };
+  const auto x = &Picture::Point::x, y = &Picture::Point::y;
+  const double scale = picture.px_per_metre();
+  const Picture::Point left = picture.soles.front().middle(), right = picture.soles.back().middle();
+  const auto& zmp = picture.green_curves[0];
+  EXPECT_NEAR(least(zmp, x, 1), left.x - 0.008 * scale, 0.5);
+  EXPECT_NEAR(least(zmp, x, -1), right.x - 0.002 * scale, 0.5);
+  EXPECT_NEAR(least(zmp, y, 1), left.y + 0.004 * scale, 0.5);
+  EXPECT_NEAR(least(zmp, y, -1), right.y - 0.004 * scale, 0.5);
+  const auto& margin = picture.green_curves[1];
+  const double high = picture.find("0.06", "end").y,
+               per_metre = (picture.find("0.02", "end").y - high) / 0.04;
+  EXPECT_NEAR((least(margin, y, 1) - high) / per_metre, 0.06 - 0.0565, 0.004) << "texts sit lower";
+  EXPECT_NEAR((least(margin, y, -1) - least(margin, y, 1)) / per_metre, 0.0565 - 0.0164, 1e-3);
+}
+
+// Nothing is drawn of what is not there.
+TEST_F(ReplayPlot, LeavesOutTheBalanceOfARobotThatHangs) {
+  Table rows = first_rows(30);
+  for (auto& row : rows) row.resize(29);
+  EXPECT_FALSE(Picture(svg(text(rows))).has("cop (wrenches)")) << "no wrenches";
+  for (std::size_t i = 1; i < rows.size(); ++i) rows[i][column(rows, "z")] = "1";
+  const Picture hanging(svg(text(rows)));
+  for (const char* text : {"margin", "margin, m", "support polygon", "cop (wrenches)"}) {
+    EXPECT_FALSE(hanging.has(text)) << text;
+  }
+  for (std::size_t i = 1; i < rows.size(); ++i) {  // faster and faster downwards
+    const double t = 0.01 * static_cast<double>(i);
+    rows[i][column(rows, "z")] = std::to_string(5 - 7 * t * t);
+  }
+  EXPECT_FALSE(Picture(svg(text(rows))).has("zmp (motion)"));
 }
 
 // The picture that the documents show is the one that the program draws.
@@ -167,27 +213,27 @@ TEST_F(ReplayPlot, ResultsOutliveAPictureThatFails) {
 
 // One sample of a joint is far out, once on either side of 0: no thinning may hide that.
 TEST(Thinned, KeepsPeaksAndOrderInBoundedMemory) {
-  Thinned<TorqueRange> series(8);
+  Thinned<ValueRange> series(8);
   const auto torque = [](int i) { return i == 777 ? 50.0 : i == 901 ? -60.0 : std::sin(0.1 * i); };
   for (int i = 0; i < 1000; ++i) {
-    const TorqueRange::At at{i * 0.01, torque(i)};
+    const ValueRange::At at{i * 0.01, torque(i)};
     series.add({{{at, at}}});
   }
   ASSERT_LE(series.items().size(), 8U);
   ASSERT_GE(series.items().size(), 4U);
-  TorqueRange all = series.items().front();
+  ValueRange all = series.items().front();
   double last_time = 0;
-  for (const TorqueRange& range : series.items()) {
-    const auto& [low, high] = range.joints[0];
+  for (const ValueRange& range : series.items()) {
+    const auto& [low, high] = range.values[0];
     EXPECT_GE(std::min(low.time, high.time), last_time);
     EXPECT_LT(std::max(low.time, high.time) - last_time, 2.56) << "stretches of different lengths";
     last_time = std::max(low.time, high.time);
     all.merge(range);
   }
-  EXPECT_EQ(all.joints[0].high.value, 50);
-  EXPECT_DOUBLE_EQ(all.joints[0].high.time, 7.77);
-  EXPECT_EQ(all.joints[0].low.value, -60);
-  EXPECT_DOUBLE_EQ(all.joints[0].low.time, 9.01);
+  EXPECT_EQ(all.values[0].high.value, 50);
+  EXPECT_DOUBLE_EQ(all.values[0].high.time, 7.77);
+  EXPECT_EQ(all.values[0].low.value, -60);
+  EXPECT_DOUBLE_EQ(all.values[0].low.time, 9.01);
 }
 
 // A robot that waits, walks and waits again: figures at even distances, none on top of another.

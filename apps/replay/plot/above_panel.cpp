@@ -1,6 +1,7 @@
 #include "apps/replay/plot/above_panel.hpp"
 
 #include <algorithm>
+#include <optional>
 #include <ostream>
 #include <sstream>
 #include <vector>
@@ -41,6 +42,33 @@ std::string filled(const char* block, std::size_t footholds, unsigned colour, co
   return text.str();
 }
 
+// Around each polygon, none upon the next.
+void write_supports(std::ostream& out, const std::vector<Support>& supports) {
+  out << "$support << EOD\n";
+  for (const Support& support : supports) {
+    for (std::size_t i = 0; i <= support.corners.size(); ++i) {
+      const Eigen::Vector3d& corner = support.corners[i % support.corners.size()];
+      out << corner.x() << " " << corner.y() << "\n";
+    }
+    out << "\n";
+  }
+  out << "EOD\n";
+}
+
+// The path of a point on the ground, broken where there is none. Returns whether there is any.
+bool write_point(std::ostream& out, const char* block, const std::vector<Posture>& postures,
+                 std::optional<Eigen::Vector3d> Posture::*point) {
+  bool any = false;
+  out << block << " << EOD\n";
+  for (const Posture& posture : postures) {
+    if (posture.*point) out << (posture.*point)->x() << " " << (posture.*point)->y();
+    out << "\n";
+    any = any || posture.*point;
+  }
+  out << "EOD\n";
+  return any;
+}
+
 }  // namespace
 
 Scene scene_from_above(const MotionTrace& trace, const Arrangement& arrangement) {
@@ -67,6 +95,9 @@ void add_above_panel(Sheet& sheet, const MotionTrace& trace, const Arrangement& 
   const std::vector<Foothold> left = trace.footholds(0), right = trace.footholds(1);
   write_footholds(out, "$left", left);
   write_footholds(out, "$right", right);
+  write_supports(out, trace.supports());
+  const bool zmp = write_point(out, "$zmp", arrangement.postures(), &Posture::zmp);
+  const bool cop = write_point(out, "$cop", arrangement.postures(), &Posture::cop);
   out << "$path << EOD\n";
   for (const Posture& posture : arrangement.postures()) {
     out << posture.com.x() << " " << posture.com.y() << "\n";
@@ -75,9 +106,23 @@ void add_above_panel(Sheet& sheet, const MotionTrace& trace, const Arrangement& 
   for (const Figure& figure : arrangement.figures()) {
     out << figure.posture->com.x() << " " << figure.posture->com.y() << "\n";
   }
-  out << "EOD\nplot " << filled("$left", left.size(), blue, "left foot stands")
-      << filled("$right", right.size(), vermillion, "right foot stands")
-      << "$path using 1:2 with lines lc rgb 0 lw 1.5 title 'centre of mass', \\\n"
+  out << "EOD\nplot ";
+  if (!trace.supports().empty()) {
+    out << "$support using 1:2 with lines lw " << (trace.supports().size() > 40 ? 0.4 : 1)
+        << " lc rgb " << grey << " title 'support polygon', \\\n";
+  }
+  out << filled("$left", left.size(), blue, "left foot stands")
+      << filled("$right", right.size(), vermillion, "right foot stands");
+  const bool line = arrangement.postures().size() > 1;
+  if (cop) {
+    out << "$cop using 1:2 with " << (line ? "lines lw 4.5" : "points pt 7 ps 1.1") << " lc rgb "
+        << tint(sky_blue, 0.7) << " title 'cop (wrenches)', \\\n";
+  }
+  if (zmp) {
+    out << "$zmp using 1:2 with " << (line ? "lines lw 1.2" : "points pt 2 ps 0.7") << " lc rgb "
+        << green << " title 'zmp (motion)', \\\n";
+  }
+  out << "$path using 1:2 with lines lc rgb 0 lw 1.5 title 'centre of mass', \\\n"
       << "$stop using 1:2 with points pt 7 ps 0.5 lc rgb 0 title 'at each figure'\n";
 }
 

@@ -11,18 +11,34 @@ namespace {
 
 using Eigen::Vector3d;
 
+constexpr double none = std::numeric_limits<double>::quiet_NaN();
+
 bool is_finite(const Posture& posture) {
   return posture.com.allFinite() &&
          std::all_of(posture.points.begin(), posture.points.end(),
                      [](const Vector3d& point) { return point.allFinite(); });
 }
 
+ValueRange::LowHigh value_at(double time, double value) {
+  const ValueRange::At at{time, std::isfinite(value) ? value : none};
+  return {at, at};
+}
+
+// Whether no corner is more than a centimetre outside the other polygon. Corners cannot be compared
+// one by one: rounding decides which comes first, and whether one on a straight border is one.
+bool is_within(const quantities::SupportPolygon& inner, const quantities::SupportPolygon& outer) {
+  for (std::size_t i = 0; i < inner.size(); ++i) {
+    if (outer.margin(inner.corner(i)) < -0.01) return false;
+  }
+  return true;
+}
+
 }  // namespace
 
-void TorqueRange::merge(const TorqueRange& later) {
-  for (std::size_t i = 0; i < joints.size(); ++i) {
-    auto& [low, high] = joints[i];
-    const auto& [later_low, later_high] = later.joints[i];
+void ValueRange::merge(const ValueRange& later) {
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    auto& [low, high] = values[i];
+    const auto& [later_low, later_high] = later.values[i];
     if (std::isnan(low.value) || later_low.value < low.value) low = later_low;
     if (std::isnan(high.value) || later_high.value > high.value) high = later_high;
   }
@@ -38,6 +54,8 @@ void MotionTrace::add(double time, const Observation& observed) {
   if (samples_++ == 0) first_time_ = time;
   last_time_ = time;
   add_posture(time, observed);
+  add_support(observed.support());
+  margins_.add({{value_at(time, observed.margin().value_or(none))}});
   add_torques(time, observed.system());
 }
 
@@ -52,6 +70,8 @@ void MotionTrace::add_posture(double time, const Observation& observed) {
     posture.soles[i] = sole;
     feet_[i].footholds.add(observed.stands(i), {sole, ahead});
   }
+  posture.zmp = observed.zero_moment_point();
+  posture.cop = observed.centre_of_pressure();
   travel_.add(posture.points);
   if (!lowest_ || posture.com.z() < lowest_->com.z()) lowest_ = posture;
   if (!highest_ || posture.com.z() > highest_->com.z()) highest_ = posture;
@@ -71,13 +91,20 @@ std::vector<Posture> MotionTrace::postures() const {
   return postures;
 }
 
+// A polygon that comes to stand anew is kept as it first was.
+void MotionTrace::add_support(const quantities::SupportPolygon& polygon) {
+  if (is_within(polygon, support_) && is_within(support_, polygon)) return;
+  support_ = polygon;
+  Support support;
+  for (std::size_t i = 0; i < polygon.size(); ++i) support.corners.push_back(polygon.corner(i));
+  if (!support.corners.empty()) supports_.add(std::move(support));
+}
+
 void MotionTrace::add_torques(double time, const tavo::RigidBodySystem& system) {
-  TorqueRange range;
+  ValueRange range;
   const tavo::JointRange torques = system.getJointAnglesTorque();
   for (const float* torque = torques.first; torque != torques.second; ++torque) {
-    const bool finite = std::isfinite(*torque);
-    const TorqueRange::At at{time, finite ? *torque : std::numeric_limits<double>::quiet_NaN()};
-    range.joints.push_back({at, at});
+    range.values.push_back(value_at(time, *torque));
   }
   torques_.add(std::move(range));
 }

@@ -26,21 +26,29 @@ struct Posture {
   std::array<Eigen::Vector3d, motion::foot_bodies.size()>
       soles;                            // the points below the ankles, m, world
   std::vector<Eigen::Vector3d> points;  // of the skeleton, m, world
+  // On the ground, m; nothing while nothing presses on it.
+  std::optional<Eigen::Vector3d> zmp = std::nullopt, cop = std::nullopt;
   void merge(const Posture&) {}
 };
 
-/// The torques over a stretch of time: of each joint the smallest and the largest, with their
-/// times, so that no peak is lost however long the motion.
-struct TorqueRange {
+/// Values over a stretch of time: of each the smallest and the largest, with their times, so that
+/// no peak is lost however long the motion.
+struct ValueRange {
   struct At {
     double time;   // s
-    double value;  // N m; not a number where the result is not finite
+    double value;  // not a number where there is none
   };
   struct LowHigh {
     At low, high;
   };
-  std::vector<LowHigh> joints;  // joint-angle order
-  void merge(const TorqueRange& later);
+  std::vector<LowHigh> values;
+  void merge(const ValueRange& later);
+};
+
+/// A support polygon: its corners, in order, m.
+struct Support {
+  std::vector<Eigen::Vector3d> corners;
+  void merge(const Support&) {}
 };
 
 /// What the picture of a motion shows, gathered sample by sample in bounded memory.
@@ -60,9 +68,14 @@ class MotionTrace {
   std::vector<Posture> postures() const;
   /// From where the motion is best seen.
   View view(ViewChoice choice) const { return travel_.view(choice); }
-  const std::vector<TorqueRange>& torques() const { return torques_.items(); }
+  /// In joint-angle order, N m.
+  const std::vector<ValueRange>& torques() const { return torques_.items(); }
+  /// One value: the margin, m.
+  const std::vector<ValueRange>& margins() const { return margins_.items(); }
   /// Of one foot, in the order of foot_bodies.
   std::vector<Foothold> footholds(std::size_t foot) const { return feet_[foot].footholds.all(); }
+  /// Support polygons of both feet together, in the order in which they came.
+  const std::vector<Support>& supports() const { return supports_.items(); }
 
  private:
   struct Foot {
@@ -71,6 +84,7 @@ class MotionTrace {
   };
 
   void add_posture(double time, const Observation& observed);
+  void add_support(const quantities::SupportPolygon& polygon);
   void add_torques(double time, const tavo::RigidBodySystem& system);
 
   Skeleton skeleton_;
@@ -80,7 +94,9 @@ class MotionTrace {
   Thinned<Posture> postures_{600};
   std::optional<Posture> lowest_, highest_, last_posture_;
   Travel travel_;
-  Thinned<TorqueRange> torques_{300};
+  Thinned<ValueRange> torques_{300}, margins_{300};
+  Thinned<Support> supports_{200};
+  quantities::SupportPolygon support_;  // the last one
 };
 
 /// What times are counted from in the picture, s: the start, if they count from long before.

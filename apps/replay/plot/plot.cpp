@@ -6,6 +6,7 @@
 #include <stdexcept>
 
 #include "apps/replay/plot/gnuplot.hpp"
+#include "apps/replay/plot/margin_panel.hpp"
 #include "apps/replay/plot/space_panels.hpp"
 #include "apps/replay/plot/torque_panels.hpp"
 #include "motion/messages.hpp"
@@ -82,6 +83,7 @@ Plot::Plot(const std::filesystem::path& path, ViewChoice view, const tavo::Rigid
 void Plot::commit(const std::string& motion) {
   Sheet sheet;
   add_space_panels(sheet, trace_, view_);
+  add_margin_panel(sheet, trace_);
   add_torque_panels(sheet, trace_);
   const std::string heading = title(motion, trace_);
   std::string picture = run_gnuplot(sheet.finished(heading, format_));

@@ -2,14 +2,13 @@
 
 #include <algorithm>
 #include <array>
-#include <cmath>
 #include <ostream>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "apps/replay/plot/axis.hpp"
 #include "apps/replay/plot/colours.hpp"
+#include "apps/replay/plot/series.hpp"
 
 namespace replay {
 namespace {
@@ -26,32 +25,11 @@ std::vector<Skeleton::LimbJoint> joints_of(const Skeleton& skeleton, Limb limb) 
   return joints;
 }
 
-// One joint's torque over time as a block of its own: time, torque.
-void write_torque(std::ostream& out, const MotionTrace& trace, std::size_t joint) {
-  for (const TorqueRange& range : trace.torques()) {
-    auto [first, second] = range.joints[joint];
-    if (std::isnan(first.value)) continue;
-    if (second.time < first.time) std::swap(first, second);
-    out << first.time << " " << first.value << "\n";
-    if (second.time > first.time) out << second.time << " " << second.value << "\n";
-  }
-}
-
-Axis time_axis(const MotionTrace& trace) {
-  const double start = trace.first_time();
-  Interval times{start, trace.last_time()};
-  if (!(times.length() > 0)) times = resized(times, 1);
-  return round_axis("time", "s", times, Sheet::panel_width, Direction::across, &start);
-}
-
 Interval torques(const MotionTrace& trace, const std::vector<Skeleton::LimbJoint>& joints) {
   Interval all{0, 0};
-  for (const TorqueRange& range : trace.torques()) {
-    for (const Skeleton::LimbJoint& joint : joints) {
-      const auto& [low, high] = range.joints[joint.index];
-      if (low.value < all.low) all.low = low.value;
-      if (high.value > all.high) all.high = high.value;
-    }
+  for (const Skeleton::LimbJoint& joint : joints) {
+    const Interval one = reach(trace.torques(), joint.index);
+    all = {std::min(all.low, one.low), std::max(all.high, one.high)};
   }
   return resized(all, std::max(1.08 * all.length(), 0.002));  // less is rounding
 }
@@ -75,7 +53,7 @@ void add_panel(Sheet& sheet, const MotionTrace& trace, const std::string& title,
   std::ostream& out = sheet.script();
   for (const auto& joint : joints) {
     out << "$torque" << joint.index << " << EOD\n";
-    write_torque(out, trace, joint.index);
+    write_series(out, trace.torques(), joint.index);
     out << "EOD\n";
   }
   std::vector<std::string> kinds;
