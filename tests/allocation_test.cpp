@@ -7,6 +7,10 @@
 #include <new>
 #include <ostream>
 #include <string>
+#include <vector>
+#ifdef ORVEK23_HAVE_BATCH
+#include <batch/batch.hpp>
+#endif
 
 #include "tests/plugin_fixture.hpp"
 #include "tests/robot.hpp"
@@ -98,6 +102,21 @@ TEST_F(Allocation, TheWatchSeesThePluginsMalloc) {
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(made.get()) % 16, 0u);
   EXPECT_EQ(watch([&] { made.reset(); }).live, -seen.live) << "everything went back by free";
 }
+
+#ifdef ORVEK23_HAVE_BATCH
+// A million states in calls of a thousand must not go through the heap a thousand times.
+TEST_F(Allocation, ABatchNeedsNone) {
+  std::vector<float> q(28 * 100), results(276 * 100);
+  tavo::batch::Inputs in;
+  in.nb_states = 100;
+  in.q = {q.data(), 28};
+  tavo::batch::Outputs out;
+  out.poses = {results.data(), 276};
+  out.torques = {results.data(), 28};
+  tavo::batch::Engine engine;
+  EXPECT_EQ(watch([&] { engine.evaluate(in, out); }).asked, 0);
+}
+#endif
 
 // A control loop must not wait for the heap.
 TEST_F(Allocation, SettersGettersAndAMillionComputationsNeedNone) {
