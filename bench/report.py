@@ -123,7 +123,7 @@ class Batches:
         for row in result["benchmarks"]:
             if row["run_type"] == "iteration":
                 name = row["run_name"].replace("/real_time", "")
-                self.ns[name] = min(row["ns"] * 1e9, self.ns.get(name, float("inf")))
+                self.ns[name] = min(row["ns"], self.ns.get(name, float("inf")))
                 self.bytes[name] = row["bytes"]
 
 

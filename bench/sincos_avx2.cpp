@@ -7,4 +7,4 @@ void by_lanes_avx2(const float* angles, float* sines, float* cosines) {
   metapod::bench::by_lanes(angles, sines, cosines);
 }
 
-#include "lanes/end_avx2.hpp"
+#include "lanes/end_region.hpp"
