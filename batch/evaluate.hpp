@@ -13,6 +13,7 @@
 #include "algorithms/rnea.hpp"
 #include "algorithms/traversal.hpp"
 #include "batch/kernel.hpp"
+#include "batch/mass_matrix.hpp"
 #include "batch/rows.hpp"
 #include "batch/states.hpp"
 #include "model/model.hpp"
@@ -195,7 +196,7 @@ class Evaluation {
     joint_space_inertia();
     if (out.mass_matrix) {
       store(
-          nb_dofs * nb_dofs, [&](std::size_t i) -> const auto& { return H_.e[i]; }, block,
+          nb_dofs * nb_dofs, [&](std::size_t i) -> const auto& { return H_.entry(i); }, block,
           out.mass_matrix);
     }
     if (out.mass_matrix_packed) {
@@ -208,7 +209,7 @@ class Evaluation {
         return at;
       }();
       store(
-          entry.size(), [&](std::size_t i) -> const auto& { return H_.e[entry[i]]; }, block,
+          entry.size(), [&](std::size_t i) -> const auto& { return H_.entry(entry[i]); }, block,
           out.mass_matrix_packed);
     }
   }
@@ -234,7 +235,7 @@ class Evaluation {
   std::array<Transform, nb_bodies> iX1_;
   std::array<States, pose_size * nb_bodies> poses_;
   Matrix<6, M::nb_dofs> J_ = root_columns();
-  Matrix<M::nb_dofs, M::nb_dofs> H_;
+  MassMatrix<Robot> H_;
   Matrix<3, M::nb_dofs> partial_J_;
 
   /// The root's motion subspace: coordinates linear first, motions angular first.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #ifdef __SSE2__
 #include <xmmintrin.h>
 #endif
@@ -48,24 +49,26 @@ inline void load(const tavo::batch::In& rows, const Block& block, std::size_t n,
   }
 }
 
-/// Four floats past the caches, if `streamed` and aligned: a table that does not fit in them is
-/// written without being read first.
-inline void store_four(float* a, const lanes::Lanes& row, bool streamed) {
+/// Four floats, or eight as two fours, past the caches if `streamed` and aligned: a table that does
+/// not fit in them is written without being read first.
+template <class S>
+void store_row(float* a, const S& row, bool streamed) {
 #ifdef __SSE2__
-  if (streamed && reinterpret_cast<std::uintptr_t>(a) % sizeof(row) == 0) {
-    _mm_stream_ps(a, row);
+  if (streamed && reinterpret_cast<std::uintptr_t>(a) % sizeof(lanes::Lanes) == 0) {
+    _mm_stream_ps(a, lanes::half<0>(row));
+    if constexpr (lanes::is_wide<S>) _mm_stream_ps(a + 4, lanes::half<1>(row));
     return;
   }
 #endif
   static_cast<void>(streamed);
-  lanes::store_first<4>(a, row);
+  std::memcpy(a, &row, sizeof(row));
 }
 
 /// n entries to every row, those of repeated states left out. value(i): entry i.
 template <class Value>
 void store(std::size_t n, Value value, const Block& block, const tavo::batch::Out& rows) {
-  const bool streamed = block.streamed && n >= 64;
   using lanes::Lanes;
+  const bool streamed = block.streamed && n >= 64;
   const std::size_t used = block.used();
   for (std::size_t lane = 0; lane < used; lane += 4) {
     float* row[4];
@@ -73,20 +76,31 @@ void store(std::size_t n, Value value, const Block& block, const tavo::batch::Ou
     for (std::size_t k = 0; k < 4; ++k) {
       row[k] = rows.data + static_cast<std::ptrdiff_t>(block.state(lane + k)) * rows.stride;
     }
-    const auto part = [&](std::size_t i) {
+    const auto four = [&](std::size_t i) {
       return lanes::load_row<Lanes>(reinterpret_cast<const float*>(&value(i)) + lane);
     };
-    std::size_t i = 0;
-    for (; i + 4 <= n; i += 4) {
-      const auto columns = lanes::transposed<Lanes>(part(i), part(i + 1), part(i + 2), part(i + 3));
+    // Entries from i on of four rows, as many as S has.
+    const auto store_entries = [&]<class S>(std::size_t i, S) {
+      const auto part = [&](std::size_t k) -> S {
+        if constexpr (lanes::is_wide<S>) {
+          return lanes::joined(four(i + k), four(i + k + 4));
+        } else {
+          return four(i + k);
+        }
+      };
+      const auto columns = lanes::transposed<S>(part(0), part(1), part(2), part(3));
       if (nb_rows == 4) [[likely]] {
-        for (std::size_t k = 0; k < 4; ++k) store_four(row[k] + i, columns[k], streamed);
+        for (std::size_t k = 0; k < 4; ++k) store_row(row[k] + i, columns[k], streamed);
       } else {
-        for (std::size_t k = 0; k < nb_rows; ++k) store_four(row[k] + i, columns[k], streamed);
+        for (std::size_t k = 0; k < nb_rows; ++k) store_row(row[k] + i, columns[k], streamed);
       }
-    }
+    };
+    std::size_t i = 0;
+    constexpr std::size_t width = lanes::nb_lanes_of<lanes::Block>;
+    for (; i + width <= n; i += width) store_entries(i, lanes::Block());
+    for (; i + 4 <= n; i += 4) store_entries(i, Lanes());
     for (; i < n; ++i) {
-      for (std::size_t k = 0; k < nb_rows; ++k) row[k][i] = part(i)[static_cast<int>(k)];
+      for (std::size_t k = 0; k < nb_rows; ++k) row[k][i] = four(i)[static_cast<int>(k)];
     }
   }
 }
