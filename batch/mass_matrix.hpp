@@ -5,6 +5,7 @@
 #include <cstdint>
 
 #include "batch/states.hpp"
+#include "model/tree.hpp"
 
 namespace metapod::batch {
 

@@ -2,7 +2,9 @@
 
 #include <vector>
 
-#include <Eigen/Dense>
+#include <Eigen/Core>
+#include <Eigen/Geometry>
+#include <Eigen/LU>
 
 /// The reference that every algorithm is compared with: rigid-body mechanics of any tree in double
 /// precision, with dense 6 x 6 matrices and plain loops over the parent table. It has no joint

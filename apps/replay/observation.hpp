@@ -3,7 +3,12 @@
 #include <array>
 #include <host/rigid_body_system.hpp>
 #include <optional>
-#include <quantities/quantities.hpp>
+#include <quantities/balance.hpp>
+#include <quantities/dynamics.hpp>
+#include <quantities/forces.hpp>
+#include <quantities/frames.hpp>
+#include <quantities/momentum.hpp>
+#include <quantities/state.hpp>
 #include <vector>
 
 #include <Eigen/Core>

@@ -2,6 +2,7 @@
 // malloc takes the place of the C library's.
 
 #include <cstdlib>
+#include <quantities/inverse_kinematics.hpp>
 
 #include "tests/quantities/fixture.hpp"
 

@@ -1,5 +1,6 @@
 // Forward dynamics and derivatives.
 
+#include <Eigen/Eigenvalues>
 #include <Eigen/LU>
 
 #include "tests/quantities/fixture.hpp"

@@ -2,7 +2,17 @@
 
 #include <cstdio>
 #include <map>
-#include <quantities/quantities.hpp>
+#include <quantities/balance.hpp>
+#include <quantities/configuration.hpp>
+#include <quantities/derivatives.hpp>
+#include <quantities/dynamics.hpp>
+#include <quantities/forces.hpp>
+#include <quantities/frames.hpp>
+#include <quantities/model.hpp>
+#include <quantities/momentum.hpp>
+#include <quantities/regressor.hpp>
+#include <quantities/stance.hpp>
+#include <quantities/state.hpp>
 #include <string>
 
 #include "tests/plugin_fixture.hpp"

@@ -1,5 +1,6 @@
 // Regressor, identifiable combinations, and masses found again.
 
+#include <quantities/identification.hpp>
 #include <random>
 
 #include "tests/quantities/walk.hpp"

@@ -1,5 +1,7 @@
 // Inverse kinematics, judged by the oracle's own forward kinematics.
 
+#include <quantities/inverse_kinematics.hpp>
+
 #include "tests/quantities/fixture.hpp"
 
 namespace {
