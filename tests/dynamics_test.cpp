@@ -4,6 +4,8 @@
 #include <limits>
 #include <stdexcept>
 
+#include <Eigen/Eigenvalues>
+
 #include "tests/plugin_fixture.hpp"
 #include "tests/robot.hpp"
 

@@ -1,6 +1,5 @@
 // Forward dynamics and derivatives.
 
-#include <Eigen/Eigenvalues>
 #include <Eigen/LU>
 
 #include "tests/quantities/fixture.hpp"
