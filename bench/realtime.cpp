@@ -78,7 +78,7 @@ class Histogram {
     std::int64_t seen = 0;
     std::size_t k = bins_.size();
     while (k > 0 && seen + bins_[k - 1] <= beyond) seen += bins_[--k];
-    return std::min(k > 0 ? end_of(k - 1) : 0, largest_);
+    return k == bins_.size() ? largest_ : std::min(k > 0 ? end_of(k - 1) : 0, largest_);
   }
   void write(const std::string& path) const {
     std::ofstream file(path);

@@ -20,6 +20,7 @@ calls() {
   strace --summary-only --output="$build/strace.txt" "$program" --cycles "$1" "$plugin" > "$build/row.txt"
   awk '$NF == "total" { print $4 }' "$build/strace.txt"
 }
+load=$(cut -d' ' -f1 /proc/loadavg)
 few=$(calls 1000) many=$(calls 100000)
 {
   cat << EOT
@@ -31,8 +32,9 @@ drawn anew for each cycle, outside the time; memory locked. \`scripts/realtime.s
 this page (not edited by hand); the test \`realtime\` runs 200,000 cycles and fails if one of them
 allocates, faults a page or makes a system call.
 
-Machine: $(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -1), $(nproc) CPUs, Linux $(uname -r), $(date -u +%F).
-The load is a process that writes through 64 MiB without pause.
+Machine: $(sed -n 's/^model name.*: //p' /proc/cpuinfo | head -1), $(nproc) CPUs, Linux $(uname -r), $(date -u +%F); load average before
+the run $load (other work on the machine shows in all but the last row). The load is a process that writes
+through 64 MiB without pause.
 
 | | cycles | median, us | 99.9 % | 99.999 % | largest | allocations | page faults | context switches, own + forced | system calls |
 |---|---:|---:|---:|---:|---:|---:|---:|---:|---:|
@@ -55,13 +57,13 @@ set terminal svg size 720,360 font "sans,12" background "white"
 set output "docs/realtime.svg"
 set logscale xy
 set xlabel "time of a cycle, us"
-set ylabel "cycles, in steps of 1.7 %"
+set ylabel "cycles, in steps of 5 %"
 set format y "10^{%T}"
 set xrange [1:200000]
 set yrange [0.5:]
 set key top right noenhanced
 # On a logarithmic grid, or the picture would be megabytes.
-bins(file) = sprintf("< awk '{ k = int(60 * log(\$1)); n[k] += \$2 } END { for (k in n) print exp((k + 0.5) / 60) / 1000, n[k] }' %s | sort -g", file)
+bins(file) = sprintf("< awk '{ k = int(20 * log(\$1)); n[k] += \$2 } END { for (k in n) print exp((k + 0.5) / 20) / 1000, n[k] }' %s | sort -g", file)
 plot bins("$build/alone.txt") with points pt 7 ps 0.4 title "alone", \
      bins("$build/load.txt") with points pt 7 ps 0.4 title "beside a load", \
      bins("$build/fifo.txt") with points pt 7 ps 0.4 title "beside a load, SCHED_FIFO"
