@@ -30,6 +30,7 @@ function(orvek23_check_headers)
        "${PROJECT_SOURCE_DIR}/spatial/*.hpp" "${PROJECT_SOURCE_DIR}/model/*.hpp"
        "${PROJECT_SOURCE_DIR}/algorithms/*.hpp" "${PROJECT_SOURCE_DIR}/lanes/*.hpp"
        "${PROJECT_SOURCE_DIR}/batch/*.hpp" "${PROJECT_SOURCE_DIR}/host/*.hpp"
+       "${PROJECT_SOURCE_DIR}/checked/*.hpp"
        "${PROJECT_SOURCE_DIR}/apps/*/*.hpp" "${PROJECT_SOURCE_DIR}/apps/*/*/*.hpp")
   list(REMOVE_ITEM inner ${public} lanes/begin_avx2.hpp lanes/begin_avx512.hpp
        lanes/end_region.hpp)

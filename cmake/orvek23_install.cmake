@@ -2,7 +2,7 @@ include(CMakePackageConfigHelpers)
 
 # Three components, and three Debian packages of the same parts:
 #   runtime   the plug-in, the stand-in for the platform's library, the documents
-#   dev       what hosts are compiled with, HTML
+#   dev       what hosts are compiled and tried with, HTML
 #   tools     the programs
 # Fixed folders: a program finds the plug-in and its data relative to itself.
 set(package_dir lib/cmake/orvek23)
@@ -13,6 +13,7 @@ if(ORVEK23_BATCH)
 endif()
 
 install(TARGETS orvek23 LIBRARY DESTINATION lib COMPONENT runtime)
+install(TARGETS orvek23-checked LIBRARY DESTINATION lib COMPONENT dev)
 install(TARGETS ${libraries} EXPORT orvek23Targets
         LIBRARY DESTINATION lib/orvek23 COMPONENT runtime
         ARCHIVE DESTINATION lib COMPONENT dev

@@ -7,10 +7,9 @@ function(orvek23_add_plugin name isa)
     message(FATAL_ERROR "ORVEK23_ISA is auto, baseline, avx2 or plain, not \"${isa}\"")
   endif()
   string(TOUPPER "${isa}" pinned)
-  # Hidden symbols, and none that the dynamic loader would keep unique for the whole process: those
-  # outlive dlclose.
   add_library(${name}_objects OBJECT
-              "${PROJECT_SOURCE_DIR}/model/orvek23.cpp" "${PROJECT_SOURCE_DIR}/host/plugin.cpp")
+              "${PROJECT_SOURCE_DIR}/model/orvek23.cpp"
+              "${PROJECT_SOURCE_DIR}/host/orvek23_system.cpp")
   if(isa MATCHES "^(auto|avx2)$" AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64)$")
     target_sources(${name}_objects PRIVATE "${PROJECT_SOURCE_DIR}/host/passes_avx2.cpp")
     # The passes take no canary where the flags of a distribution ask for one: docs/packages.md.
@@ -19,15 +18,28 @@ function(orvek23_add_plugin name isa)
   endif()
   target_link_libraries(${name}_objects PUBLIC orvek23_core orvek23_host)
   target_compile_definitions(${name}_objects PRIVATE ORVEK23_ISA_${pinned})
-  target_compile_options(${name}_objects PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
   orvek23_tune_passes(${name}_objects)
-  set_target_properties(${name}_objects PROPERTIES
+  orvek23_hide_symbols(${name}_objects)
+
+  orvek23_add_module(${name} ${name}_objects "${PROJECT_SOURCE_DIR}/host/plugin.cpp")
+endfunction()
+
+# Hidden symbols, and none that the dynamic loader would keep unique for the whole process: those
+# outlive dlclose.
+function(orvek23_hide_symbols target)
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>)
+  set_target_properties(${target} PROPERTIES
                         POSITION_INDEPENDENT_CODE ON
                         CXX_VISIBILITY_PRESET hidden
                         VISIBILITY_INLINES_HIDDEN ON)
+endfunction()
 
-  add_library(${name} MODULE)
-  target_link_libraries(${name} PRIVATE ${name}_objects)
+# The module lib<NAME>.so of object code and of the SOURCES with the entry points.
+function(orvek23_add_module name objects)
+  add_library(${name} MODULE ${ARGN})
+  target_link_libraries(${name} PRIVATE ${objects})
+  target_compile_definitions(${name} PRIVATE $<TARGET_PROPERTY:${objects},COMPILE_DEFINITIONS>)
+  orvek23_hide_symbols(${name})
   set(plugin_map "${PROJECT_SOURCE_DIR}/host/plugin.map")
   target_link_options(${name} PRIVATE "LINKER:--version-script=${plugin_map}"
                       "LINKER:-soname,lib${name}.so")  # as Debian asks of all that is in lib/

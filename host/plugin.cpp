@@ -1,12 +1,8 @@
-#include "host/adapter_dynamics.hpp"
-#include "host/adapter_kinematics.hpp"
-#include "host/adapter_mass.hpp"
-#include "host/adapter_tables.hpp"
 #include "host/metapod_rigid_body_system.hpp"
 #include "host/rigid_body_system.hpp"
 #include "model/orvek23.hpp"
 
-template class tavo::MetapodRigidBodySystem<metapod::orvek23>;
+extern template class tavo::MetapodRigidBodySystem<metapod::orvek23>;  // host/orvek23_system.cpp
 
 #define ORVEK23_EXPORT __attribute__((visibility("default")))
 

@@ -11,6 +11,17 @@
 
 #include <Eigen/Core>
 
+// Strings, vectors and exceptions cross the boundary: they must be those of the plug-in.
+#ifndef __GLIBCXX__
+#error \
+    "The plug-in exchanges strings and vectors of libstdc++: compile this host with -stdlib=libstdc++."
+#elif !_GLIBCXX_USE_CXX11_ABI
+#error "The plug-in exchanges C++11 strings: compile this host with -D_GLIBCXX_USE_CXX11_ABI=1."
+#elif defined(_GLIBCXX_DEBUG)
+#error \
+    "_GLIBCXX_DEBUG gives vectors another layout than the plug-in's: compile this host without it (_GLIBCXX_ASSERTIONS is fine)."
+#endif
+
 static_assert(EIGEN_MAX_ALIGN_BYTES == 16,
               "The plug-in exchanges Eigen matrices aligned to 16 bytes: compile this host with "
               "-DEIGEN_MAX_ALIGN_BYTES=16 (the CMake target orvek23::host sets it).");

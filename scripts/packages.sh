@@ -3,8 +3,8 @@
 build_packages=(g++ cmake ninja-build help2man libeigen3-dev libboost-dev libcli11-dev
   libtbb-dev libtinyxml2-dev)
 package_packages=("${build_packages[@]}" debhelper doxygen dpkg-dev)
-test_packages=("${build_packages[@]}" g++-12 clang-14 doxygen dpkg-dev file gnuplot-nox libgtest-dev
-  libdart-utils-urdf-dev libkdl-parser-dev libmujoco-dev liborocos-kdl-dev libsdformat-dev
+test_packages=("${build_packages[@]}" abigail-tools g++-12 clang-14 doxygen dpkg-dev file gnuplot-nox
+  libgtest-dev libdart-utils-urdf-dev libkdl-parser-dev libmujoco-dev liborocos-kdl-dev libsdformat-dev
   liburdfdom-dev pkgconf)
 
 # Makes sure that the packages named are installed: quietly if they are, with apt if root's rights

@@ -1,10 +1,7 @@
-// What the plug-in asks of the heap. Eigen allocates by malloc, so malloc itself is watched: this
-// program's definitions take the place of the C library's for every library it loads.
+// What the plug-in asks of the heap.
 
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
-#include <new>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -12,69 +9,13 @@
 #include <batch/batch.hpp>
 #endif
 
+#include "tests/heap_watch.hpp"
 #include "tests/plugin_fixture.hpp"
 #include "tests/robot.hpp"
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define MALLOC_IS_TAKEN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)
-#define MALLOC_IS_TAKEN 1
-#endif
-#endif
-
 namespace {
 
-struct Heap {
-  bool watched = false;
-  long asked = 0;   // allocations asked for while watched
-  long live = 0;    // blocks made and not freed while watched
-  long first = -1;  // the first of them that fails, ...
-  long last = -1;   // ... and the last
-};
-Heap heap;
-
-}  // namespace
-
-#ifndef MALLOC_IS_TAKEN
-namespace {
-
-bool refused() {
-  if (!heap.watched) return false;
-  const long k = heap.asked++;
-  return k >= heap.first && k <= heap.last;
-}
-void* counted(void* block) {
-  heap.live += heap.watched && block != nullptr;
-  return block;
-}
-
-}  // namespace
-
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-void __libc_free(void*);
-
-void* malloc(std::size_t size) {
-  return refused() ? nullptr : counted(__libc_malloc(size));
-}
-void* calloc(std::size_t count, std::size_t size) {
-  return refused() ? nullptr : counted(__libc_calloc(count, size));
-}
-void* realloc(void* block, std::size_t size) {
-  if (refused()) return nullptr;
-  return block == nullptr ? counted(__libc_realloc(block, size)) : __libc_realloc(block, size);
-}
-void free(void* block) {
-  heap.live -= heap.watched && block != nullptr;
-  __libc_free(block);
-}
-}
-#endif
-
-namespace {
+using test::Heap;
 
 class Allocation : public PluginTest {
  protected:
@@ -87,10 +28,7 @@ class Allocation : public PluginTest {
   // What `action` does to the heap; allocations number first..last fail.
   template <class Action>
   static Heap watch(const Action& action, long first = -1, long last = -1) {
-    heap = {true, 0, 0, first, last};
-    action();
-    heap.watched = false;
-    return heap;
+    return test::watch_heap(action, first, last);
   }
 };
 

@@ -53,7 +53,8 @@ Hashes hashes_of(const std::string& path) {
 }
 
 TEST(Bits, AreTheSameOnEveryPathAndFromEveryCompiler) {
-  for (const std::string path : {PLUGIN_PATH, BASELINE_PLUGIN_PATH, PLAIN_PLUGIN_PATH}) {
+  for (const std::string path :
+       {PLUGIN_PATH, BASELINE_PLUGIN_PATH, PLAIN_PLUGIN_PATH, CHECKED_PLUGIN_PATH}) {
     SCOPED_TRACE(path);
     const Hashes hashes = hashes_of(path);
     // These change with the order of an operation, never with the build.

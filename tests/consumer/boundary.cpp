@@ -3,14 +3,18 @@
 // error at the boundary breaks: every body is left out of one partial Jacobian and counted in the
 // other 22, so these add up to 22 times the whole momentum.
 //
-//   boundary PLUGIN KTMATH     with the libktmath.so that must be the only one in the process
+//   boundary PLUGIN KTMATH [CHECKED]   with the libktmath.so that must be the only one in the
+//   process,
+//                                      and the checked twin, whose exceptions must arrive, too
 
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <host/loader.hpp>
 #include <set>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -22,6 +26,30 @@ static_assert(sizeof(Eigen::Matrix3f) == 9 * sizeof(float) && alignof(Eigen::Mat
 static_assert(sizeof(Eigen::MatrixXf) == sizeof(float*) + 2 * sizeof(Eigen::Index));
 static_assert(sizeof(Eigen::Matrix<float, 3, Eigen::Dynamic>) ==
               sizeof(float*) + sizeof(Eigen::Index));
+
+/// Exceptions of every kind cross the boundary, whichever compilers made its sides.
+template <class Exception, class Call>
+bool throws(const char* message, const Call& call) {
+  try {
+    call();
+    std::printf("no exception: %s\n", message);
+  } catch (const Exception& error) {
+    if (error.what() == std::string(message)) return true;
+    std::printf("%s\ninstead of: %s\n", error.what(), message);
+  }
+  return false;
+}
+
+bool errors_arrive(const tavo::Plugin& plugin, const char* checked_path) {
+  const tavo::Plugin::System robot = plugin.create();
+  const std::vector<float> three(3);
+  return throws<std::out_of_range>("no body named \"?\"", [&] { robot->getBodyId("?"); }) &&
+         throws<std::invalid_argument>("joint vector has 3 entries, 22 needed",
+                                       [&] { robot->setJointAnglesPos(three); }) &&
+         (checked_path == nullptr ||
+          throws<std::out_of_range>("getMass: body index 23 is not in 0 to 22",
+                                    [&] { tavo::Plugin(checked_path).create()->getMass(23); }));
+}
 
 int exchange(const tavo::Plugin& plugin) {
   using Matrix3X = Eigen::Matrix<float, 3, Eigen::Dynamic>;
@@ -62,19 +90,21 @@ std::set<std::string> loaded_ktmaths() {
 }
 
 // Not inlined: main must reach its question about the CPU.
-[[gnu::noinline]] int check(const char* plugin_path, const char* ktmath_path) {
+[[gnu::noinline]] int check(const char* plugin_path, const char* ktmath_path,
+                            const char* checked_path) {
   const tavo::Plugin plugin(plugin_path);
   for (const std::string& path : loaded_ktmaths()) std::printf("loaded: %s\n", path.c_str());
   if (loaded_ktmaths() != std::set<std::string>{std::filesystem::canonical(ktmath_path)}) {
     std::printf("expected: %s alone\n", ktmath_path);
     return 1;
   }
+  if (!errors_arrive(plugin, checked_path)) return 1;
   return exchange(plugin);
 }
 
 }  // namespace
 
-int main(int, char** argv) {
+int main(int argc, char** argv) {
 #ifdef __AVX512F__
   if (!__builtin_cpu_supports("avx512f") || !__builtin_cpu_supports("avx512dq") ||
       !__builtin_cpu_supports("avx512vl") || !__builtin_cpu_supports("avx512bw")) {
@@ -82,5 +112,5 @@ int main(int, char** argv) {
     return 77;  // for CTest
   }
 #endif
-  return check(argv[1], argv[2]);
+  return check(argv[1], argv[2], argc > 3 ? argv[3] : nullptr);
 }

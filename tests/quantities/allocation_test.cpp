@@ -4,33 +4,10 @@
 #include <cstdlib>
 #include <quantities/inverse_kinematics.hpp>
 
+#include "tests/heap_watch.hpp"
 #include "tests/quantities/fixture.hpp"
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
-namespace {
-volatile bool watched = false;  // compilers take malloc to touch nothing of ours
-volatile long asked = 0;
-}  // namespace
-
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-
-void* malloc(std::size_t size) {
-  asked = asked + watched;
-  return __libc_malloc(size);
-}
-void* calloc(std::size_t count, std::size_t size) {
-  asked = asked + watched;
-  return __libc_calloc(count, size);
-}
-void* realloc(void* block, std::size_t size) {
-  asked = asked + watched;
-  return __libc_realloc(block, size);
-}
-}
-
+#ifndef MALLOC_IS_TAKEN
 namespace {
 
 template <class Matrix>
@@ -57,7 +34,7 @@ TEST_F(QuantitiesTest, ALoopAllocatesNothing) {
   static tq::Regressor Y;
   double sum = 0;
 
-  watched = true;
+  test::heap_watch.on = true;
   state.update();
   for (const tq::Frame frame : {tq::Frame::body, tq::Frame::world, tq::Frame::world_at_point}) {
     sum += first(position(state, {12})) + first(jacobian(state, {12}, frame)) +
@@ -88,16 +65,16 @@ TEST_F(QuantitiesTest, ALoopAllocatesNothing) {
   ik.reach({kRightFoot}, tq::Vector3(state.pose(kRightFoot).p + tq::Vector3(0, 0, 0.02)));
   ik.reach_com(com_position(state));
   const bool reached = ik.solve().reached;
-  watched = false;
+  test::heap_watch.on = false;
 
-  EXPECT_EQ(asked, 0);
+  EXPECT_EQ(long{test::heap_watch.asked}, 0);
   EXPECT_TRUE(reached);
   EXPECT_TRUE(std::isfinite(sum));
-  watched = true;
+  test::heap_watch.on = true;
   void* volatile block = std::malloc(100);  // volatile: clang takes an unused pair away
   std::free(block);
-  watched = false;
-  EXPECT_GT(asked, 0) << "the watch sees nothing";
+  test::heap_watch.on = false;
+  EXPECT_GT(long{test::heap_watch.asked}, 0) << "the watch sees nothing";
 }
 
 }  // namespace
