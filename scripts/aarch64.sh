@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up this machine, cross-compiles for 64-bit Arm with g++ 12, and passes the tests under qemu;
-# given names of tests' programs, those only. The arm64 packages that are needed are unpacked into
+# given names of tests' programs, those only; with --package, makes the Debian packages for arm64 in
+# build/package-arm64. The arm64 packages that are needed are unpacked into
 # build/aarch64-root: nothing of this machine's is replaced by them, and no rights are needed for it.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
@@ -27,6 +28,11 @@ if [[ ! -e $root/complete ]]; then
   touch "$root/complete"
 fi
 
+if [[ ${1:-} == --package ]]; then
+  need_packages "${package_packages[@]}"
+  export ORVEK23_AARCH64_ROOT=$root
+  exec scripts/package.sh build/package-arm64 --host-arch arm64 --no-check-builddeps
+fi
 cmake --preset aarch64
 cmake --build --preset aarch64 ${1:+--target "$@"}
 if (($#)); then
