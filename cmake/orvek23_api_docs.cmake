@@ -22,7 +22,7 @@ if(DOXYGEN_FOUND)
   list(REMOVE_ITEM quantities quantities/composite.hpp)  # not installed
   doxygen_add_docs(orvek23_docs
     README.md docs/conventions.md docs/hosting.md docs/packages.md docs/accuracy.md
-    docs/performance.md docs/batch.md docs/lanes.md apps/replay/README.md apps/urdf/README.md CONTRIBUTING.md
+    docs/performance.md docs/batch.md docs/lanes.md docs/reliability.md docs/mutants.md apps/replay/README.md apps/urdf/README.md CONTRIBUTING.md
     CHANGELOG.md
     host/rigid_body_system.hpp host/loader.hpp ktmath/ktmath.hpp batch/batch.hpp
     motion/csv_reader.hpp motion/motion_columns.hpp motion/motion_file.hpp motion/motion_writer.hpp

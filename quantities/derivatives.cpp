@@ -82,8 +82,11 @@ void TorqueDerivatives::by_joint_rates() {
 void TorqueDerivatives::by_root_rates() {
   const KT::Math::Velocity6D at = system_.getRootVelocity();
   const auto torques_with = [&](int k, float step) {
-    KT::Math::Velocity6D moved = at;
-    (&moved.vx)[k] += step;
+    using Velocity = KT::Math::Velocity6D;
+    static constexpr float Velocity::*parts[] = {&Velocity::vx, &Velocity::vy, &Velocity::vz,
+                                                 &Velocity::wx, &Velocity::wy, &Velocity::wz};
+    Velocity moved = at;
+    moved.*parts[k] += step;
     system_.setRootVelocity(moved);
     system_.computeInverseDynamics();
     return torques();

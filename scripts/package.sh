@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Sets up this machine and makes the Debian packages orvek23, orvek23-dev and orvek23-tools in
-# build/package, or in the folder that is named: the same bytes wherever they are made.
+# build/package, or in the folder that is named: the same bytes wherever they are made. Further words go
+# to dpkg-buildpackage.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/packages.sh
@@ -11,6 +12,6 @@ folder=${1:-build/package}
 rm -rf "$folder"
 mkdir -p "$folder/orvek23"
 tar --create --exclude=./build --exclude=./.git . | tar --extract --directory "$folder/orvek23"
-(cd "$folder/orvek23" && dpkg-buildpackage --build=binary --no-sign)
+(cd "$folder/orvek23" && dpkg-buildpackage --build=binary --no-sign "${@:2}")
 rm -rf "$folder/orvek23"
 ls "$folder"/*.deb

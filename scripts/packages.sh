@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034
 # Sourced by the other scripts: what each of them needs of Debian, and how it gets there.
 
 build_packages=(g++ cmake ninja-build help2man libeigen3-dev libboost-dev libcli11-dev

@@ -46,6 +46,7 @@ TEST_F(Replay, DialectsAreRead) {
       {dialect(rows, "\t", ""), ""},
       {dialect(rows, "\t", "\""), "--separator tab"},
       {dialect(rows, "\t,\t", ""), ""},
+      {dialect(rows, ",\t", "\""), ""},
       {dialect(rows, ";", ""), "--separator ';'"},
       {"\xEF\xBB\xBF# a log\n  # and more\n" + dialect(rows, ",", "") + "# the end\n\n", ""},
       {dialect(with_column(rows, 0, {"battery", "", "full, or \"nearly\"", "7"}), ";", ""),
@@ -92,6 +93,7 @@ TEST_F(Replay, DialectsThatFailAreNamed) {
        "line 2: the names of the columns are expected here, not numbers; line 1 is a comment: if "
        "it "
        "has the names, take its # away"},
+      {"time,x;y\n", "", "line 1, column 2: "},  // as many of both: commas
       {"# nothing else\n", "", "line 1: the file holds only comments"},
       {"x,roll,HeadYaw\n", "",
        "line 1: columns \"time\", \"y\", \"z\", \"HeadPitch\", \"LShoulderPitch\", "},

@@ -10,6 +10,7 @@
 
 #include "apps/replay/driver.hpp"
 #include "apps/replay/progress.hpp"
+#include "motion/csv_reader.hpp"
 #include "motion/motion_file.hpp"
 #include "tests/replay_fixture.hpp"
 
@@ -144,6 +145,18 @@ TEST(Progress, IsShownFromTheThirdSecondAndErased) {
               progress.show(1000, std::nullopt);
             }),
             "\r1000 samples\r            \r");
+}
+
+// The share that is shown must be that of the file's bytes.
+TEST(Progress, ShareIsOfTheFilesBytes) {
+  tavo::motion::CsvReader csv(WALK_CSV);
+  EXPECT_NEAR(csv.share_read().value_or(-1), 0.002, 0.001);
+  std::vector<double> row;
+  for (int k = 0; k < 400; ++k) ASSERT_TRUE(csv.next(row));
+  EXPECT_NEAR(csv.share_read().value_or(-1), 0.5, 0.1);
+  while (csv.next(row)) {
+  }
+  EXPECT_EQ(csv.share_read(), 1.0);
 }
 
 TEST_F(Replay, HelpFitsAScreen) {

@@ -46,13 +46,8 @@ done
 [[ -e $root/usr/share/doc/orvek23-dev/html/index.html ]] || fail "no HTML"
 ! grep -rIlF -e "$PWD" -e "$other" "$root" || fail "folders of this machine are named in these"
 
-# The loader is to bind all symbols at once and protect what it has bound.
-for file in "$root"/usr/lib/liborvek23.so "$root"/usr/lib/orvek23/libktmath.so "$root"/usr/bin/*; do
-  readelf --dynamic --program-headers "$file" > "$other/elf.txt"
-  grep -q BIND_NOW "$other/elf.txt" || fail "$file: symbols are bound late"
-  grep -q GNU_RELRO "$other/elf.txt" || fail "$file: symbols stay writable"
-done
-nm --dynamic "$root/usr/lib/liborvek23.so" | grep -q __stack_chk_fail || fail "no stack protector"
+tests/packaging/hardening.sh "$root"/usr/lib/orvek23/libktmath.so \
+  --protected-stack "$root"/usr/lib/liborvek23.so "$root"/usr/bin/*
 
 # A host, built against what was unpacked: by CMake, by pkg-config, and by the pkg-config of another
 # machine, which sees all folders below a system root.
