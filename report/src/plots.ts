@@ -1,0 +1,282 @@
+// Plots over time with one cursor: a drag zooms all, a double click shows all, a click goes there.
+import uPlot from 'uplot';
+import {palette} from './colours';
+import type {Report} from './data';
+import {shown, type Clock} from './format';
+import type {Moment} from './moment';
+import {panelsOf, type Panel, type Series} from './panels';
+import {svgOf} from './svg';
+import {save, stem} from './save';
+
+interface Drawn {
+  panel: Panel;
+  plot: uPlot;
+  now: HTMLElement;
+  marked: HTMLElement;
+  values: {series: Series; text: HTMLElement}[];
+}
+
+export class Plots {
+  /** The stretch of time that is shown, in seconds from the start. */
+  range: [number, number];
+  private drawn: Drawn[] = [];
+  private hovered: number | undefined;
+  private readonly whole: [number, number];
+  onZoom: () => void = () => {};
+
+  constructor(private readonly host: HTMLElement, private readonly report: Report, private readonly moment: Moment,
+              private readonly clock: Clock) {
+    const end = moment.end;
+    this.whole = end > 0 ? [0, end] : [-0.5, 0.5];
+    this.range = this.whole;
+    moment.listen(() => this.update());
+    new ResizeObserver(() => this.resize()).observe(host);
+  }
+
+  get panels(): Panel[] {
+    return this.drawn.map(({panel}) => panel);
+  }
+
+  draw(chosen: string[]): void {
+    for (const {plot} of this.drawn) plot.destroy();
+    this.host.replaceChildren();
+    this.drawn = panelsOf(this.report, chosen).map((panel) => this.add(panel));
+    this.update();
+  }
+
+  zoom(range: [number, number] | undefined): void {
+    const least = Math.max(1e-6, 2 * this.moment.end / Math.max(1, this.report.raw.samples));
+    let [from, to] = range ?? this.whole;
+    from = Math.max(from, this.whole[0]);
+    to = Math.min(to, this.whole[1]);
+    if (to - from < least) return;
+    this.range = [from, to];
+    for (const {plot} of this.drawn) plot.setScale('x', {min: from, max: to});
+    this.place();
+    this.onZoom();
+  }
+
+  zoomBy(factor: number): void {
+    const [from, to] = this.range, centre = Math.min(Math.max(this.moment.time, from), to);
+    this.zoom([centre - (centre - from) * factor, centre + (to - centre) * factor]);
+  }
+
+  private add(panel: Panel): Drawn {
+    const figure = document.createElement('figure');
+    figure.className = 'panel';
+    figure.id = `panel-${panel.id}`;
+    const caption = figure.appendChild(document.createElement('figcaption'));
+    caption.appendChild(document.createElement('b')).textContent = panel.title;
+    const legend = caption.appendChild(document.createElement('span'));
+    legend.className = 'values';
+    const values = panel.series.map((series) => {
+      const item = legend.appendChild(document.createElement('span'));
+      item.appendChild(keyOf(series));
+      item.append(series.label);
+      return {series, text: item.appendChild(document.createElement('i'))};
+    });
+    const button = caption.appendChild(document.createElement('button'));
+    button.textContent = 'SVG';
+    button.title = `Save this plot as SVG`;
+    button.setAttribute('aria-label', `Save the plot ${panel.title} as SVG`);
+    button.onclick = () =>
+      save(`${stem(this.report)}-${panel.id}.svg`, 'image/svg+xml', svgOf(this.report, panel, this.range, this.clock));
+    const place = figure.appendChild(document.createElement('div'));
+    place.className = 'plot';
+    this.host.append(figure);
+
+    const plot = new uPlot(this.options(panel), this.data(panel), place);
+    plot.setScale('x', {min: this.range[0], max: this.range[1]});
+    const now = plot.over.appendChild(document.createElement('div'));
+    now.className = 'now';
+    const marked = plot.over.appendChild(document.createElement('div'));
+    marked.className = 'marked';
+    this.bind(plot);
+    return {panel, plot, now, marked, values};
+  }
+
+  private data(panel: Panel): uPlot.AlignedData {
+    const times = this.report.curves.times;
+    const columns = panel.series.map(({column}) => {
+      const values = this.report.curves.column(column);
+      return values.every(Number.isFinite) ? values : Array.from(values, (v) => (Number.isFinite(v) ? v : null));
+    });
+    return [times, ...columns] as unknown as uPlot.AlignedData;
+  }
+
+  private options(panel: Panel): uPlot.Options {
+    const colours = palette();
+    const single = this.report.curves.times.length < 2;
+    const axis = (more: Partial<uPlot.Axis>): uPlot.Axis => ({
+      stroke: colours.muted, grid: {stroke: colours.grid, width: 1}, ticks: {stroke: colours.grid, width: 1, size: 4},
+      font: '11px system-ui, sans-serif', labelFont: '11px system-ui, sans-serif', labelSize: 15, gap: 3, ...more,
+    });
+    const scale = (series: Series[]): uPlot.Scale => ({
+      range: (_, low, high) => rangeOf(low, high, panel.floor, series.every(({column}) => column.startsWith('residual'))),
+    });
+    const second = panel.axes[1];
+    const scales: Record<string, uPlot.Scale> = {x: {time: false}, y: scale(panel.series)};
+    if (second) scales['y2'] = scale(panel.series);
+    const offset = this.clock.offset;
+    return {
+      width: Math.max(200, this.host.clientWidth), height: panel.height, pxAlign: 1,
+      padding: [6, second ? 0 : 10, 0, 0],
+      legend: {show: false},
+      scales,
+      axes: [
+        axis({label: offset === 0 && this.report.raw.start !== 0 ? `time from ${this.report.raw.start}, s` : 'time, s', size: 22,
+              values: (_, splits) => splits.map((t) => String(Number((t + offset).toPrecision(9))))}),
+        axis({label: panel.axes[0], size: 46, scale: 'y', values: (_, splits) => splits.map(tick)}),
+        ...(second ? [axis({label: second, size: 46, scale: 'y2', side: 1, grid: {show: false}, values: (_, splits) => splits.map(tick)})] : []),
+      ],
+      series: [{}, ...panel.series.map((series): uPlot.Series => ({
+        label: series.label, scale: series.scale, stroke: series.colour, width: series.dashed ? 1.8 : 1.3,
+        ...(series.dashed ? {dash: [6, 4]} : {}), points: {show: single, size: 7}, spanGaps: false,
+      }))],
+      cursor: {
+        sync: {key: 'time'}, y: false, drag: {x: true, y: false, setScale: false, dist: 4},
+        points: {size: 5}, bind: {dblclick: () => () => null},
+      },
+      hooks: {
+        setSelect: [(plot) => this.selected(plot)],
+        setCursor: [(plot) => this.hover(plot)],
+        draw: [(plot) => drawLimits(plot, panel, this.report)],
+      },
+    };
+  }
+
+  private bind(plot: uPlot): void {
+    let from = 0;
+    plot.over.addEventListener('mousedown', (event) => (from = event.clientX));
+    plot.over.addEventListener('click', (event) => {
+      if (Math.abs(event.clientX - from) > 4) return; // a drag
+      const time = plot.posToVal(event.clientX - plot.over.getBoundingClientRect().left, 'x');
+      if (event.shiftKey) this.moment.setMark(this.report.table.times[this.report.table.nearest(time)]);
+      else {
+        this.moment.pause();
+        this.moment.show(time);
+      }
+    });
+    plot.over.addEventListener('dblclick', () => this.zoom(undefined));
+    plot.over.addEventListener('mouseleave', () => {
+      this.hovered = undefined;
+      this.write();
+    });
+  }
+
+  private selected(plot: uPlot): void {
+    const {left, width} = plot.select;
+    if (width < 5) return;
+    plot.setSelect({left: 0, top: 0, width: 0, height: 0}, false);
+    this.zoom([plot.posToVal(left, 'x'), plot.posToVal(left + width, 'x')]);
+  }
+
+  private hover(plot: uPlot): void {
+    const left = plot.cursor.left ?? -1;
+    if (left < 0 || !plot.over.matches(':hover')) return;
+    this.hovered = plot.posToVal(left, 'x');
+    this.write();
+  }
+
+  private update(): void {
+    this.place();
+    this.write();
+  }
+
+  private place(): void {
+    for (const {plot, now, marked} of this.drawn) {
+      at(plot, now, this.moment.time);
+      at(plot, marked, this.moment.mark);
+    }
+  }
+
+  // Under the cursor; beside it, how much more that is than at the mark.
+  private write(): void {
+    const time = this.hovered ?? this.moment.time, mark = this.moment.mark;
+    for (const {values} of this.drawn) {
+      for (const {series: {column}, text} of values) {
+        const [low, high] = this.valuesAt(column, time);
+        let value = low === high ? shown(low) : `${shown(low)} … ${shown(high)}`;
+        if (mark !== undefined) {
+          const [from, to] = this.valuesAt(column, mark), more = (low + high - from - to) / 2;
+          value += ` (Δ ${more > 0 ? '+' : ''}${shown(more)})`;
+        }
+        if (text.textContent !== value) text.textContent = value;
+      }
+    }
+  }
+
+  // Of a thinned motion, what the stretch of time reaches.
+  private valuesAt(column: string, time: number): [number, number] {
+    const {curves, isThinned} = this.report;
+    const values = curves.column(column);
+    if (!isThinned) {
+      const value = values[curves.nearest(time)] ?? NaN;
+      return [value, value];
+    }
+    const first = curves.rowAt(time) & ~1;
+    const [a, b] = [values[first] ?? NaN, values[first + 1] ?? NaN];
+    return [Math.min(a, b), Math.max(a, b)];
+  }
+
+  resize(): void {
+    const width = this.host.clientWidth;
+    if (width === 0) return;
+    for (const {plot, panel} of this.drawn) plot.setSize({width, height: panel.height});
+    this.place();
+  }
+}
+
+function at(plot: uPlot, line: HTMLElement, time: number | undefined): void {
+  const left = time === undefined ? -1 : plot.valToPos(time, 'x');
+  line.hidden = !(left >= 0 && left <= plot.over.clientWidth);
+  line.style.display = line.hidden ? 'none' : '';
+  if (!line.hidden) line.style.left = `${left - 0.75}px`;
+}
+
+function tick(value: number | null): string {
+  return value === null ? '' : String(Number(value.toPrecision(6))).replace('-', '−');
+}
+
+// Room above and below; what is only rounding is not blown up to fill the panel, but for the residual,
+// of which the size matters.
+function rangeOf(low: number | null, high: number | null, floor: number | undefined, small: boolean): [number, number] {
+  if (low === null || high === null) return [0, 1];
+  if (floor !== undefined && low < floor) low = Math.min(floor, high - 0.01);
+  const least = small ? 1e-9 : 0.002;
+  const room = Math.max((high - low) * 0.06, (least - (high - low)) / 2, 1e-12);
+  return [low - room, high + room];
+}
+
+// Dashed, as far as they are in sight, in the joint's colour.
+function drawLimits(plot: uPlot, panel: Panel, report: Report): void {
+  if (panel.id !== 'torque' && panel.id !== 'angle') return;
+  const {ctx, bbox} = plot;
+  ctx.save();
+  ctx.setLineDash([2, 5]);
+  ctx.lineWidth = devicePixelRatio * 1.5;
+  for (const series of panel.series) {
+    const limits = report.limits.get(series.label);
+    if (!limits) continue;
+    const {torque} = limits;
+    const values = panel.id === 'torque' ? (torque === undefined ? [] : [torque, -torque]) : [limits.low, limits.high];
+    for (const value of values) {
+      if (value === undefined) continue;
+      const y = plot.valToPos(value, 'y', true);
+      if (y < bbox.top || y > bbox.top + bbox.height) continue;
+      ctx.strokeStyle = series.colour;
+      ctx.beginPath();
+      ctx.moveTo(bbox.left, y);
+      ctx.lineTo(bbox.left + bbox.width, y);
+      ctx.stroke();
+    }
+  }
+  ctx.restore();
+}
+
+export function keyOf({colour, dashed}: {colour: string; dashed: boolean}): HTMLElement {
+  const key = document.createElement('span');
+  key.className = dashed ? 'key dashed' : 'key';
+  key.style.borderTopColor = colour;
+  return key;
+}
