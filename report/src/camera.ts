@@ -14,7 +14,7 @@ export class Camera {
   constructor(private readonly stage: Stage, private readonly robot: Robot) {
     stage.controls.target.copy(this.centre());
     this.target.copy(stage.controls.target);
-    this.lookFrom(robot.heading() - 0.75, 0.32, 1.15);
+    this.lookFrom(robot.heading() - 0.75, 0.3, 1.4);
     stage.controls.addEventListener('start', () => (this.view = undefined));
     stage.controls.addEventListener('change', () => this.onChange());
   }

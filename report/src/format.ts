@@ -10,6 +10,14 @@ export function shown(value: number): string {
   return value.toFixed(digits).replace(/^-/, '−');
 }
 
+/** Three digits, without idle zeros. */
+export function brief(value: number): string {
+  if (!Number.isFinite(value)) return '–';
+  const size = Math.abs(value);
+  const text = size > 0 && size < 0.001 ? value.toExponential(0) : String(Number(value.toFixed(size < 10 ? 3 : 1)));
+  return text.replaceAll('-', '−');
+}
+
 /** The shortest decimal that reads back to the same single-precision number. */
 export function shortest(value: number): string {
   for (let digits = 6; digits < 9; ++digits) {

@@ -1,7 +1,7 @@
 // The table of joints: what each of them reached and when; what passed its limits is marked.
 import {colourOf} from './colours';
 import type {Extreme, Report} from './data';
-import {shown, type Clock} from './format';
+import {brief, type Clock} from './format';
 import {byTorque} from './panels';
 import {sideOf} from './robot';
 
@@ -10,8 +10,8 @@ type Go = (time: number, joint: string) => void;
 export function fillTable(host: HTMLElement, report: Report, clock: Clock, go: Go): void {
   const limited = report.limits.size > 0;
   const table = document.createElement('table');
-  const heads = ['Joint', 'Largest torque, N m', 'at, s', ...(limited ? ['Limit, N m', 'Used'] : []),
-                 'Lowest angle, rad', 'Highest angle, rad', ...(limited ? ['Allowed, rad'] : []), 'Fastest, rad/s'];
+  const heads = ['Joint', 'Largest torque, N\u00a0m', 'at, s', ...(limited ? ['of limit, N\u00a0m'] : []),
+                 'Lowest angle, rad', 'Highest angle, rad', ...(limited ? ['allowed, rad'] : []), 'Fastest, rad/s'];
   const caption = table.createCaption();
   const head = table.createTHead().insertRow();
   for (const text of heads) {
@@ -48,28 +48,27 @@ export function fillTable(host: HTMLElement, report: Report, clock: Clock, go: G
       button.onclick = () => go(time - report.raw.start, joint);
     };
     const reached = (extreme: Extreme | undefined, over: boolean) =>
-      extreme && extreme[0] !== null ? cell(shown(extreme[0]), extreme[1], over) : cell('–');
+      extreme && extreme[0] !== null ? cell(brief(extreme[0]), extreme[1], over) : cell('–');
     const peak = report.peak(`torque.${joint}`);
     const torque = limits?.torque;
     const isOver = torque !== undefined && peak !== undefined && Math.abs(peak.value) > torque;
-    peak ? cell(shown(peak.value), peak.time, isOver) : cell('–');
+    peak ? cell(brief(peak.value), peak.time, isOver) : cell('–');
     cell(peak ? clock.text(peak.time - report.raw.start) : '–');
     if (limited) {
-      cell(torque === undefined ? '' : shown(torque));
-      cell(torque && peak ? `${Math.round(100 * Math.abs(peak.value) / torque)} %` : '');
+      cell(torque && peak ? `${Math.round(100 * Math.abs(peak.value) / torque)} % of ${brief(torque)}` : '');
     }
     const angle = report.columns.get(`q.${joint}`);
     reached(angle?.low, limits?.low !== undefined && (angle?.low[0] ?? Infinity) < limits.low);
     reached(angle?.high, limits?.high !== undefined && (angle?.high[0] ?? -Infinity) > limits.high);
     if (limited) cell(limits?.low === undefined && limits?.high === undefined ? '' : `${bound(limits.low)} … ${bound(limits.high)}`);
     const rate = report.peak(`d.${joint}`);
-    rate ? cell(shown(rate.value), rate.time) : cell('–');
+    rate ? cell(brief(rate.value), rate.time) : cell('–');
   }
   caption.textContent = 'A click on a number goes to its time and draws the joint.' +
-    (limited ? ` ${passed === 0 ? 'No limit is passed.' : `${passed} limits are passed: ▲.`}` : '');
+    (limited ? ` ${passed === 0 ? 'No limit is passed.' : `▲: limit passed, ${passed} in all.`}` : '');
   host.replaceChildren(table);
 }
 
 function bound(value: number | undefined): string {
-  return value === undefined ? '' : shown(value);
+  return value === undefined ? '' : brief(value);
 }

@@ -2,7 +2,7 @@ import {Camera, type View} from './camera';
 import {Choice} from './choice';
 import {readReport, type Report} from './data';
 import {Figure} from './figure';
-import {Clock, shown} from './format';
+import {brief, Clock, shown} from './format';
 import {fillTable} from './joints';
 import {bindKeys} from './keys';
 import {Link} from './link';
@@ -54,13 +54,8 @@ class Space {
 }
 
 function spaceOf(robot: Robot, report: Report): Space | undefined {
-  const reach = (name: string) => {
-    const column = report.columns.get(name);
-    return Math.max(Math.abs(column?.low[0] ?? 0), Math.abs(column?.high[0] ?? 0));
-  };
   try {
-    const extent = Math.min(Math.max(reach('com.x'), reach('com.y'), 1), 500);
-    return new Space(new Stage(element<HTMLCanvasElement>('scene'), extent), robot, report);
+    return new Space(new Stage(element<HTMLCanvasElement>('scene')), robot, report);
   } catch (fault) {
     element('state').textContent = `This browser draws nothing in space (WebGL): ${(fault as Error).message}`;
     element('scene').hidden = true;
@@ -113,6 +108,7 @@ function start(report: Report): void {
     (button.onclick = () => look(button.dataset['view'] as View)));
   element('follow').onclick = () => follow(!camera?.follow);
   if (space) {
+    element<HTMLDetailsElement>('legend').open = innerWidth > 820;
     addMarkBoxes(element('marks'), report, space.marks, (kind: Kind, on: boolean) => {
       space.marks.groups[kind].visible = on;
       space.stage.draw();
@@ -192,7 +188,7 @@ function start(report: Report): void {
     const dark = isDark();
     if (dark) theme(false);
     space?.stage.resize();
-    plots.resize();
+    plots.resize(122);
     return () => {
       if (dark) theme(true);
       space?.stage.resize();
@@ -244,7 +240,7 @@ function describe(report: Report, clock: Clock): void {
   element('title').textContent = raw.title;
   element('title').title = raw.title;
   const thinned = report.isThinned
-    ? `; ${report.table.times.length} of them kept, curves show what each ${shown(report.duration / (report.curves.times.length / 2))} s reached` : '';
+    ? `; ${report.table.times.length} of them kept, curves show what each ${brief(2 * report.duration / report.curves.times.length)} s reached` : '';
   element('facts').textContent = raw.samples === 1 ? 'one sample'
     : `${raw.samples} samples over ${report.duration.toFixed(clock.decimals)} s${thinned}`;
   element('written').textContent = `Written by ${raw.writer}. SI units; world z up; left is blue, right is vermillion.`;

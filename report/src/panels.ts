@@ -74,16 +74,16 @@ export function panelsOf(report: Report, chosen: string[]): Panel[] {
     });
   const points = chosen.filter((name) => !report.joints.includes(name));
   const panels: Panel[] = [
-    {id: 'margin', title: 'Support margin', axes: ['margin, m'], series: [one('margin', 'margin', ink)], height: 128, floor: -0.1},
-    {id: 'torque', title: 'Torques', axes: ['torque, N m'], series: ofJoints('torque.'), height: 176},
+    {id: 'margin', title: 'Support margin', axes: ['margin, m'], series: [one('margin', 'margin', ink)], height: 116, floor: -0.1},
+    {id: 'torque', title: 'Torques', axes: ['torque, N m'], series: ofJoints('torque.'), height: 160},
     {id: 'points', title: 'Columns', axes: ['position, m'],
-     series: points.map((name, i) => one(name, name, lineColours()[i % 7]!, name.endsWith('y'))), height: 150},
-    {id: 'angle', title: 'Joint angles', axes: ['angle, rad'], series: ofJoints('q.'), height: 150},
-    {id: 'rate', title: 'Joint rates', axes: ['rate, rad/s'], series: ofJoints('d.'), height: 150},
-    {id: 'height', title: 'Height of soles', axes: ['height, m'], series: ofSides('height.'), height: 128},
-    {id: 'force', title: 'External forces', axes: ['force, N'], series: ofSides('force.'), height: 128},
+     series: points.map((name, i) => one(name, name, lineColours()[i % 7]!, name.endsWith('y'))), height: 132},
+    {id: 'angle', title: 'Joint angles', axes: ['angle, rad'], series: ofJoints('q.'), height: 132},
+    {id: 'rate', title: 'Joint rates', axes: ['rate, rad/s'], series: ofJoints('d.'), height: 132},
+    {id: 'height', title: 'Height of soles', axes: ['height, m'], series: ofSides('height.'), height: 116},
+    {id: 'force', title: 'External forces', axes: ['force, N'], series: ofSides('force.'), height: 116},
     {id: 'residual', title: 'Root residual', axes: ['force, N', 'moment, N m'],
-     series: [one('residual.force', 'force', ink), one('residual.moment', 'moment', orange, true, 'y2')], height: 128},
+     series: [one('residual.force', 'force', ink), one('residual.moment', 'moment', orange, true, 'y2')], height: 116},
   ];
   const there = (series: Series) => typeof report.columns.get(series.column)?.low[0] === 'number';
   return panels.map((panel) => ({...panel, series: panel.series.filter(there)})).filter((panel) => panel.series.length > 0);

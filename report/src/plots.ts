@@ -125,7 +125,7 @@ export class Plots {
       scales,
       axes: [
         axis({label: offset === 0 && this.report.raw.start !== 0 ? `time from ${this.report.raw.start}, s` : 'time, s', size: 22,
-              values: (_, splits) => splits.map((t) => String(Number((t + offset).toPrecision(9))))}),
+              values: (_, splits) => splits.map((t) => tick(t + offset))}),
         axis({label: panel.axes[0], size: 46, scale: 'y', values: (_, splits) => splits.map(tick)}),
         ...(second ? [axis({label: second, size: 46, scale: 'y2', side: 1, grid: {show: false}, values: (_, splits) => splits.map(tick)})] : []),
       ],
@@ -196,7 +196,7 @@ export class Plots {
     for (const {values} of this.drawn) {
       for (const {series: {column}, text} of values) {
         const [low, high] = this.valuesAt(column, time);
-        let value = low === high ? shown(low) : `${shown(low)} … ${shown(high)}`;
+        let value = low === high || Number.isNaN(low) ? shown(low) : `${shown(low)} … ${shown(high)}`;
         if (mark !== undefined) {
           const [from, to] = this.valuesAt(column, mark), more = (low + high - from - to) / 2;
           value += ` (Δ ${more > 0 ? '+' : ''}${shown(more)})`;
@@ -219,10 +219,12 @@ export class Plots {
     return [Math.min(a, b), Math.max(a, b)];
   }
 
-  resize(): void {
-    const width = this.host.clientWidth;
-    if (width === 0) return;
-    for (const {plot, panel} of this.drawn) plot.setSize({width, height: panel.height});
+  /** To the room that there is; `height`: of each panel, if not its own. */
+  resize(height?: number): void {
+    for (const {plot, panel} of this.drawn) {
+      const width = plot.root.parentElement!.clientWidth;
+      if (width > 0) plot.setSize({width, height: height ?? panel.height});
+    }
     this.place();
   }
 }
@@ -235,7 +237,9 @@ function at(plot: uPlot, line: HTMLElement, time: number | undefined): void {
 }
 
 function tick(value: number | null): string {
-  return value === null ? '' : String(Number(value.toPrecision(6))).replace('-', '−');
+  if (value === null) return '';
+  const text = value !== 0 && Math.abs(value) < 1e-4 ? value.toExponential() : String(Number(value.toPrecision(9)));
+  return text.replaceAll('-', '−');
 }
 
 // Room above and below; what is only rounding is not blown up to fill the panel, but for the residual,
@@ -254,7 +258,7 @@ function drawLimits(plot: uPlot, panel: Panel, report: Report): void {
   const {ctx, bbox} = plot;
   ctx.save();
   ctx.setLineDash([2, 5]);
-  ctx.lineWidth = devicePixelRatio * 1.5;
+  ctx.lineWidth = devicePixelRatio;
   for (const series of panel.series) {
     const limits = report.limits.get(series.label);
     if (!limits) continue;

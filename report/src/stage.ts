@@ -1,7 +1,7 @@
 // The space in which the robot moves: camera, light, ground.
 import {
-  AmbientLight, Color, DirectionalLight, Fog, GridHelper, HemisphereLight, Mesh, PCFShadowMap, PerspectiveCamera,
-  PlaneGeometry, Scene, ShadowMaterial, Vector3, WebGLRenderer,
+  AmbientLight, BufferGeometry, Color, DirectionalLight, Fog, Group, HemisphereLight, LineBasicMaterial, LineSegments, Mesh,
+  PCFShadowMap, PerspectiveCamera, PlaneGeometry, Scene, ShadowMaterial, Vector3, WebGLRenderer,
 } from 'three';
 import {OrbitControls} from 'three/examples/jsm/controls/OrbitControls.js';
 import {palette} from './colours';
@@ -14,12 +14,14 @@ export class Stage {
   private readonly sun = new DirectionalLight('#ffffff', 2.2);
   private readonly sky = new HemisphereLight('#ffffff', '#8f8a80', 1.6);
   private readonly shade = new Mesh(new PlaneGeometry(1, 1), new ShadowMaterial({opacity: 0.22}));
-  private grids: GridHelper[] = [];
+  private readonly fine = new LineBasicMaterial();
+  private readonly coarse = new LineBasicMaterial();
+  private readonly ground = new Group();
   private pending = false;
   /** Called after each picture. */
   onRendered: () => void = () => {};
 
-  constructor(readonly canvas: HTMLCanvasElement, private readonly extent: number) {
+  constructor(readonly canvas: HTMLCanvasElement) {
     this.renderer = new WebGLRenderer({canvas, antialias: true, preserveDrawingBuffer: true});
     this.renderer.shadowMap.enabled = true;
     this.renderer.shadowMap.type = PCFShadowMap;
@@ -38,8 +40,9 @@ export class Stage {
     box.far = 4;
     this.sun.shadow.normalBias = 0.004;
     this.shade.receiveShadow = true;
-    this.shade.scale.setScalar(2 * extent + 4);
-    this.scene.add(this.sun, this.sun.target, this.sky, new AmbientLight('#ffffff', 0.35), this.shade);
+    this.shade.scale.setScalar(8);
+    this.ground.add(this.shade, lines(0.1, 2, -0.0012, this.fine), lines(1, 20, -0.001, this.coarse));
+    this.scene.add(this.sun, this.sun.target, this.sky, new AmbientLight('#ffffff', 0.35), this.ground);
     this.recolour();
     new ResizeObserver(() => this.resize()).observe(canvas.parentElement!);
     this.resize();
@@ -47,21 +50,11 @@ export class Stage {
 
   recolour(): void {
     const colours = palette();
-    const far = Math.max(6, 1.5 * this.extent);
     this.scene.background = new Color(colours.ground);
-    this.scene.fog = new Fog(colours.ground, far, 3 * far);
+    this.scene.fog = new Fog(colours.ground);
     (this.shade.material as ShadowMaterial).opacity = colours.dark ? 0.5 : 0.22;
-    for (const grid of this.grids) this.scene.remove(grid);
-    const metres = 2 * Math.ceil(this.extent + 2);
-    const line = (divisions: number, colour: string, z: number): GridHelper => {
-      const grid = new GridHelper(metres, divisions, colour, colour);
-      grid.rotation.x = Math.PI / 2;
-      grid.position.z = z;
-      return grid;
-    };
-    const fine = metres <= 60 ? [line(10 * metres, colours.dark ? '#2e343d' : '#dfe2e7', -0.0012)] : [];
-    this.grids = [...fine, line(metres, colours.dark ? '#525b69' : '#b3bac5', -0.001)];
-    this.scene.add(...this.grids);
+    this.fine.color.set(colours.dark ? '#323944' : '#d6dae1');
+    this.coarse.color.set(colours.dark ? '#5a6474' : '#a6aebb');
     this.draw();
   }
 
@@ -90,8 +83,20 @@ export class Stage {
 
   render(): void {
     this.pending = false;
+    this.moveGround();
     this.renderer.render(this.scene, this.camera);
     this.onRendered();
+  }
+
+  // It lies wherever one looks; lines stay on whole metres, from afar on tens of them.
+  private moveGround(): void {
+    const {target} = this.controls, distance = this.camera.position.distanceTo(target);
+    const scale = distance > 12 ? 10 : 1;
+    this.ground.scale.set(scale, scale, 1);
+    this.ground.position.set(scale * Math.round(target.x / scale), scale * Math.round(target.y / scale), 0);
+    const fog = this.scene.fog as Fog;
+    fog.near = distance + 4 * scale;
+    fog.far = distance + 16 * scale;
   }
 
   /** Where a point of the world is on the canvas, in its CSS pixels. */
@@ -101,4 +106,17 @@ export class Stage {
     const {clientWidth: width, clientHeight: height} = this.canvas;
     return {x: (on.x + 1) / 2 * width, y: (1 - on.y) / 2 * height};
   }
+}
+
+// A grid of short pieces: some renderers drop a line of which one end is behind the camera.
+function lines(step: number, half: number, z: number, material: LineBasicMaterial): LineSegments {
+  const points: Vector3[] = [], count = Math.round(half / step);
+  const pieces = Math.min(2 * half, 40);
+  for (let i = -count; i <= count; ++i) {
+    for (let j = 0; j < pieces; ++j) {
+      const from = -half + 2 * half * j / pieces, to = -half + 2 * half * (j + 1) / pieces, at = i * step;
+      points.push(new Vector3(at, from, z), new Vector3(at, to, z), new Vector3(from, at, z), new Vector3(to, at, z));
+    }
+  }
+  return new LineSegments(new BufferGeometry().setFromPoints(points), material);
 }
