@@ -1,7 +1,7 @@
 // The legend of the marks in space; each can be switched off.
 import type {Report} from './data';
-import {shown} from './format';
-import {kinds, type Kind, type Marks} from './marks';
+import {brief} from './format';
+import {kinds, metresPerNewtonMetre, type Kind, type Marks} from './marks';
 
 const symbols: Record<Kind, string> = {
   com: '<circle cx="8" cy="8" r="5" fill="var(--ink)"/>',
@@ -22,7 +22,7 @@ export function addMarkBoxes(host: HTMLElement, report: Report, marks: Marks,
     cop: ['centre of pressure (wrenches)', ever('cop.x')],
     capture: ['capture point', ever('capture-point.x')],
     support: ['support polygon', ever('margin')],
-    wrench: [`wrenches, 10 N = ${shown(10 * marks.metresPerNewton)} m`, marks.hasWrenches],
+    wrench: [`wrenches: 10 N is ${brief(10 * marks.metresPerNewton)} m, 1 N m ${metresPerNewtonMetre} m`, marks.hasWrenches],
     path: ['paths of soles, centre of mass', report.raw.samples > 1],
   };
   for (const kind of kinds) {

@@ -16,7 +16,8 @@ import {Robot, sideOf} from './robot';
 export const kinds = ['com', 'zmp', 'cop', 'capture', 'support', 'wrench', 'path'] as const;
 export type Kind = (typeof kinds)[number];
 
-const newtonMetres = 0.15; // m of an arrow per N m
+/** m of an arrow per N m. */
+export const metresPerNewtonMetre = 0.15;
 
 // Upon everything else, so that neither feet nor ground hide it.
 function onTop<T extends Object3D>(object: T, order: number): T {
@@ -161,7 +162,7 @@ export class Marks {
     const at = applicationPoint(pose.position, force, moment);
     const left = moment.sub(new Vector3().crossVectors(at.clone().sub(pose.position), force));
     this.point(this.forces.get(name)!, at, force.multiplyScalar(this.metresPerNewton));
-    this.point(this.moments.get(name)!, at, left.multiplyScalar(newtonMetres));
+    this.point(this.moments.get(name)!, at, left.multiplyScalar(metresPerNewtonMetre));
   }
 
   private point(arrow: ArrowHelper, from: Vector3, along: Vector3): void {
