@@ -253,8 +253,7 @@ function describe(report: Report, clock: Clock): void {
 
 function writeState(report: Report, robot: Robot, moment: Moment, clock: Clock, canDraw: boolean): void {
   if (!canDraw) return;
-  const curve = report.table.has('margin') ? report.table : report.curves;
-  const margin = curve.column('margin')[curve.nearest(moment.time)] ?? NaN;
+  const margin = report.table.column('margin')[moment.row] ?? NaN;
   const standing = report.raw.feet.filter((foot) => report.table.column(`stands.${foot.body}`)[moment.row]! > 0);
   const feet = standing.length === 0 ? 'no foot stands' : standing.length === 2 ? 'both feet stand'
     : `${standing[0]!.body.startsWith('L') ? 'left' : 'right'} foot stands`;

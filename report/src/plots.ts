@@ -192,10 +192,10 @@ export class Plots {
 
   // Under the cursor; beside it, how much more that is than at the mark.
   private write(): void {
-    const time = this.hovered ?? this.moment.time, mark = this.moment.mark;
+    const hovered = this.hovered, mark = this.moment.mark;
     for (const {values} of this.drawn) {
       for (const {series: {column}, text} of values) {
-        const [low, high] = this.valuesAt(column, time);
+        const [low, high] = hovered === undefined ? this.valuesNow(column) : this.valuesAt(column, hovered);
         let value = low === high || Number.isNaN(low) ? shown(low) : `${shown(low)} … ${shown(high)}`;
         if (mark !== undefined) {
           const [from, to] = this.valuesAt(column, mark), more = (low + high - from - to) / 2;
@@ -204,6 +204,13 @@ export class Plots {
         if (text.textContent !== value) text.textContent = value;
       }
     }
+  }
+
+  private valuesNow(column: string): [number, number] {
+    const {table} = this.report;
+    if (!table.has(column)) return this.valuesAt(column, this.moment.time);
+    const value = table.column(column)[this.moment.row] ?? NaN;
+    return [value, value];
   }
 
   // Of a thinned motion, what the stretch of time reaches.

@@ -88,7 +88,7 @@ std::vector<ReportSignal> report_signals(const Observation& observed) {
       {pose_signal(system, system.getRootName()), "m", true, false},
       {joint_signal("q.", joints, &tavo::RigidBodySystem::getJointAnglesPos), "rad", true, true},
       {joint_signal("d.", joints, &tavo::RigidBodySystem::getJointAnglesVel), "rad/s", false, true},
-      {torque_signal(system), "N m", false, true},
+      {torque_signal(system), "N m", true, true},
       {com_signal(), "m", true, true},
       {feet_signal("stands.", [](const Observation& o,
                                  std::size_t foot) { return o.stands(foot) ? 1.f : 0.f; }),
@@ -97,8 +97,9 @@ std::vector<ReportSignal> report_signals(const Observation& observed) {
       {residual_signal("residual.force", &quantities::Wrench::force), "N", false, true},
       {residual_signal("residual.moment", &quantities::Wrench::moment), "N m", false, true}};
   for (auto& [name, signal] : quantity_signals(system)) {
-    const bool point = name == "zmp" || name == "cop" || name == "capture-point";
-    if (point || name == "margin") signals.push_back({std::move(signal), "m", point, true});
+    if (name == "margin" || name == "zmp" || name == "cop" || name == "capture-point") {
+      signals.push_back({std::move(signal), "m", true, true});
+    }
   }
   for (const unsigned long body : observed.wrench_bodies()) {
     const std::string& name = system.getBodyName(body);

@@ -11,7 +11,7 @@ namespace replay {
 struct ReportSignal {
   Signal signal;
   std::string unit;
-  bool in_scene;   ///< Needed at single samples, to draw the robot.
+  bool in_scene;   ///< Wanted at single samples: to draw the robot, and as its state.
   bool in_curves;  ///< Drawn over time: no peak may get lost.
 };
 
