@@ -87,6 +87,8 @@ export class Plots {
 
     const plot = new uPlot(this.options(panel), this.data(panel), place);
     plot.setScale('x', {min: this.range[0], max: this.range[1]});
+    plot.root.role = 'img';
+    plot.root.ariaLabel = `${panel.title} over time: ${panel.series.map(({label}) => label).join(', ')}`;
     const now = plot.over.appendChild(document.createElement('div'));
     now.className = 'now';
     const marked = plot.over.appendChild(document.createElement('div'));

@@ -79,6 +79,6 @@ export class Robot {
   /** The heading of the root: the direction of its x axis on the ground. */
   heading(): number {
     const ahead = new Vector3(1, 0, 0).applyQuaternion(this.poses[0]!.quaternion);
-    return Math.hypot(ahead.x, ahead.y) < 1e-3 ? 0 : Math.atan2(ahead.y, ahead.x);
+    return Math.hypot(ahead.x, ahead.y) > 1e-3 ? Math.atan2(ahead.y, ahead.x) : 0; // upright, or not finite
   }
 }
