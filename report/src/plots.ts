@@ -1,10 +1,10 @@
 // Plots over time with one cursor: a drag zooms all, a double click shows all, a click goes there.
 import uPlot from 'uplot';
-import {palette} from './colours';
 import type {Report} from './data';
 import {shown, type Clock} from './format';
 import type {Moment} from './moment';
 import {panelsOf, type Panel, type Series} from './panels';
+import {optionsOf} from './plot_options';
 import {svgOf} from './svg';
 import {save, stem} from './save';
 
@@ -85,7 +85,9 @@ export class Plots {
     place.className = 'plot';
     this.host.append(figure);
 
-    const plot = new uPlot(this.options(panel), this.data(panel), place);
+    const plot = new uPlot(optionsOf(this.report, panel, this.clock, this.host.clientWidth, {
+      setSelect: (which) => this.selected(which), setCursor: (which) => this.hover(which),
+    }), this.data(panel), place);
     plot.setScale('x', {min: this.range[0], max: this.range[1]});
     plot.root.role = 'img';
     plot.root.ariaLabel = `${panel.title} over time: ${panel.series.map(({label}) => label).join(', ')}`;
@@ -104,47 +106,6 @@ export class Plots {
       return values.every(Number.isFinite) ? values : Array.from(values, (v) => (Number.isFinite(v) ? v : null));
     });
     return [times, ...columns] as unknown as uPlot.AlignedData;
-  }
-
-  private options(panel: Panel): uPlot.Options {
-    const colours = palette();
-    const single = this.report.curves.times.length < 2;
-    const axis = (more: Partial<uPlot.Axis>): uPlot.Axis => ({
-      stroke: colours.muted, grid: {stroke: colours.grid, width: 1}, ticks: {stroke: colours.grid, width: 1, size: 4},
-      font: '11px system-ui, sans-serif', labelFont: '11px system-ui, sans-serif', labelSize: 15, gap: 3, ...more,
-    });
-    const scale = (series: Series[]): uPlot.Scale => ({
-      range: (_, low, high) => rangeOf(low, high, panel.floor, series.every(({column}) => column.startsWith('residual'))),
-    });
-    const second = panel.axes[1];
-    const scales: Record<string, uPlot.Scale> = {x: {time: false}, y: scale(panel.series)};
-    if (second) scales['y2'] = scale(panel.series);
-    const offset = this.clock.offset;
-    return {
-      width: Math.max(200, this.host.clientWidth), height: panel.height, pxAlign: 1,
-      padding: [6, second ? 0 : 10, 0, 0],
-      legend: {show: false},
-      scales,
-      axes: [
-        axis({label: offset === 0 && this.report.raw.start !== 0 ? `time from ${this.report.raw.start}, s` : 'time, s', size: 22,
-              values: (_, splits) => splits.map((t) => tick(t + offset))}),
-        axis({label: panel.axes[0], size: 46, scale: 'y', values: (_, splits) => splits.map(tick)}),
-        ...(second ? [axis({label: second, size: 46, scale: 'y2', side: 1, grid: {show: false}, values: (_, splits) => splits.map(tick)})] : []),
-      ],
-      series: [{}, ...panel.series.map((series): uPlot.Series => ({
-        label: series.label, scale: series.scale, stroke: series.colour, width: series.dashed ? 1.8 : 1.3,
-        ...(series.dashed ? {dash: [6, 4]} : {}), points: {show: single, size: 7}, spanGaps: false,
-      }))],
-      cursor: {
-        sync: {key: 'time'}, y: false, drag: {x: true, y: false, setScale: false, dist: 4},
-        points: {size: 5}, bind: {dblclick: () => () => null},
-      },
-      hooks: {
-        setSelect: [(plot) => this.selected(plot)],
-        setCursor: [(plot) => this.hover(plot)],
-        draw: [(plot) => drawLimits(plot, panel, this.report)],
-      },
-    };
   }
 
   private bind(plot: uPlot): void {
@@ -243,48 +204,6 @@ function at(plot: uPlot, line: HTMLElement, time: number | undefined): void {
   line.hidden = !(left >= 0 && left <= plot.over.clientWidth);
   line.style.display = line.hidden ? 'none' : '';
   if (!line.hidden) line.style.left = `${left - 0.75}px`;
-}
-
-function tick(value: number | null): string {
-  if (value === null) return '';
-  const text = value !== 0 && Math.abs(value) < 1e-4 ? value.toExponential() : String(Number(value.toPrecision(9)));
-  return text.replaceAll('-', '−');
-}
-
-// Room above and below; what is only rounding is not blown up to fill the panel, but for the residual,
-// of which the size matters.
-function rangeOf(low: number | null, high: number | null, floor: number | undefined, small: boolean): [number, number] {
-  if (low === null || high === null) return [0, 1];
-  if (floor !== undefined && low < floor) low = Math.min(floor, high - 0.01);
-  const least = small ? 1e-9 : 0.002;
-  const room = Math.max((high - low) * 0.06, (least - (high - low)) / 2, 1e-12);
-  return [low - room, high + room];
-}
-
-// Dashed, as far as they are in sight, in the joint's colour.
-function drawLimits(plot: uPlot, panel: Panel, report: Report): void {
-  if (panel.id !== 'torque' && panel.id !== 'angle') return;
-  const {ctx, bbox} = plot;
-  ctx.save();
-  ctx.setLineDash([2, 5]);
-  ctx.lineWidth = devicePixelRatio;
-  for (const series of panel.series) {
-    const limits = report.limits.get(series.label);
-    if (!limits) continue;
-    const {torque} = limits;
-    const values = panel.id === 'torque' ? (torque === undefined ? [] : [torque, -torque]) : [limits.low, limits.high];
-    for (const value of values) {
-      if (value === undefined) continue;
-      const y = plot.valToPos(value, 'y', true);
-      if (y < bbox.top || y > bbox.top + bbox.height) continue;
-      ctx.strokeStyle = series.colour;
-      ctx.beginPath();
-      ctx.moveTo(bbox.left, y);
-      ctx.lineTo(bbox.left + bbox.width, y);
-      ctx.stroke();
-    }
-  }
-  ctx.restore();
 }
 
 export function keyOf({colour, dashed}: {colour: string; dashed: boolean}): HTMLElement {
