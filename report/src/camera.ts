@@ -22,7 +22,7 @@ export class Camera {
   // Steady while the robot walks: above the ground by what is the middle of it when it stands.
   private centre(): Vector3 {
     const {x, y} = this.robot.poses[0]!.position;
-    return Math.hypot(x, y) < 1e6 ? new Vector3(x, y, 0.22) : this.target.clone(); // nor what is not finite
+    return Math.hypot(x, y) < 1e6 ? new Vector3(x, y, 0.19) : this.target.clone(); // nor what is not finite
   }
 
   /** Goes along with the robot. */

@@ -126,8 +126,11 @@ export class Report {
     return this.raw.end - this.raw.start;
   }
 
-  unit(name: string): string {
-    return this.columns.get(name)?.unit ?? '';
+  /** Whether a joint is beyond its limits in a row of the table. */
+  isBeyond(joint: string, row: number): boolean {
+    const {low = -Infinity, high = Infinity, torque = Infinity} = this.limits.get(joint) ?? {};
+    const angle = this.table.column(`q.${joint}`)[row]!;
+    return angle < low || angle > high || Math.abs(this.table.column(`torque.${joint}`)[row]!) > torque;
   }
 
   /** The largest magnitude of a column, with its sign and time. */

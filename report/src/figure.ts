@@ -1,8 +1,8 @@
 // The robot's shape. The model has no outlines: limbs are capsules between joints, a forearm is an
 // even rod about its centre of mass, the head a ball about its own.
 import {
-  BoxGeometry, BufferGeometry, CapsuleGeometry, ExtrudeGeometry, Group, Matrix4, Mesh, MeshStandardMaterial, Quaternion,
-  Shape, SphereGeometry, Vector3,
+  BoxGeometry, BufferGeometry, CapsuleGeometry, ExtrudeGeometry, Group, Matrix4, Mesh, MeshBasicMaterial,
+  MeshStandardMaterial, Quaternion, Shape, SphereGeometry, Vector3,
 } from 'three';
 import {colourOf} from './colours';
 import {sideOf, type Robot, type Side} from './robot';
@@ -12,6 +12,7 @@ const up = new Vector3(0, 1, 0); // a capsule's own axis
 export class Figure {
   readonly group = new Group();
   private readonly parts: Group[];
+  private readonly warnings = new Map<string, Mesh>();
   private readonly materials: Record<Side, MeshStandardMaterial> = {
     left: new MeshStandardMaterial({roughness: 0.55}),
     right: new MeshStandardMaterial({roughness: 0.55}),
@@ -34,12 +35,14 @@ export class Figure {
         if (robot.children[i]!.length === 0) this.addEnd(part, i, side);
       }
       this.group.add(part);
+      if (robot.report.limits.has(body.name)) this.addWarning(part, body.name);
     });
     this.recolour();
   }
 
-  update(): void {
+  update(row: number): void {
     this.group.visible = this.robot.isFinite;
+    for (const [joint, ball] of this.warnings) ball.visible = this.robot.report.isBeyond(joint, row);
     this.parts.forEach((part, i) => {
       part.position.copy(this.robot.poses[i]!.position);
       part.quaternion.copy(this.robot.poses[i]!.quaternion);
@@ -70,6 +73,15 @@ export class Figure {
     mesh.castShadow = true;
     mesh.receiveShadow = true;
     return mesh;
+  }
+
+  // Seen through everything while the joint is beyond its limits.
+  private addWarning(part: Group, joint: string): void {
+    const ball = new Mesh(new SphereGeometry(0.024, 20, 14),
+                          new MeshBasicMaterial({color: '#d0006f', transparent: true, opacity: 0.8, depthTest: false}));
+    ball.renderOrder = 10;
+    this.warnings.set(joint, ball);
+    part.add(ball);
   }
 
   private addCapsule(part: Group, end: Vector3, radius: number, side: Side): void {

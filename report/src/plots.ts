@@ -142,6 +142,8 @@ export class Plots {
   }
 
   private update(): void {
+    const [from, to] = this.range, {playing, time} = this.moment;
+    if (playing && (time < from || time > to)) this.zoom([time, time + to - from]); // goes along
     this.place();
     this.write();
   }

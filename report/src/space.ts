@@ -39,7 +39,7 @@ export class Space {
   }
 
   update(row: number): void {
-    this.figure.update();
+    this.figure.update(row);
     this.marks.update(row);
     this.camera.update();
     this.stage.draw();

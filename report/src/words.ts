@@ -34,6 +34,8 @@ export function describeSample(report: Report, robot: Robot, moment: Moment, clo
   const lines = [`${clock.text(moment.time)} s`,
                  robot.isFinite ? standing(report, moment.row) : 'no pose: these results are not finite'];
   if (Number.isFinite(margin)) lines.push(`margin ${shown(margin)} m${margin < 0 ? ': outside the support' : ''}`);
+  const beyond = [...report.limits.keys()].filter((joint) => report.isBeyond(joint, moment.row));
+  if (beyond.length > 0) lines.push(`▲ beyond its limits: ${beyond.join(', ')}`);
   element('state').textContent = lines.join('\n');
   element('scene').setAttribute('aria-label', `Robot at ${lines.join(', ')}`);
 }

@@ -195,6 +195,7 @@ test('the table: what passed its limit is marked, a click goes to the peak', asy
   assert.deepEqual((await page.locator('td.passed').allInnerTexts()).map((text) => text.slice(0, 6)), ['▲ 2.64', '▲ 1.30']);
   await page.click('td.passed >> nth=0 >> button');
   assert.equal(await clock(page), '1.42 s');
+  assert.match(await page.locator('#state').innerText(), /beyond its limits: LHipRoll$/);
   await page.click('tr:has-text("HeadYaw") button >> nth=0');
   assert.equal(await page.locator('#chosen li', {hasText: 'HeadYaw'}).count(), 1);
 });
