@@ -35,6 +35,8 @@ const script = part('.js').replaceAll('</script', '<\\/script');
 const page = (await readFile(`${here}/src/page.html`, 'utf8'))
   .replace('/*STYLE*/', () => part('.css'))
   .replace('/*SCRIPT*/', () => script)
-  .replace('<!--LICENCES-->', () => licences.join('\n\n\n').replaceAll('&', '&amp;').replaceAll('<', '&lt;'));
+  .replace('<!--LICENCES-->', () =>
+    licences.join('\n\n\n').replaceAll('&', '&amp;').replaceAll('<', '&lt;'),
+  );
 await mkdir(dirname(target), {recursive: true});
 await writeFile(target, page);

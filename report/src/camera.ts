@@ -11,7 +11,10 @@ export class Camera {
   private readonly target = new Vector3();
   onChange: () => void = () => {};
 
-  constructor(private readonly stage: Stage, private readonly robot: Robot) {
+  constructor(
+    private readonly stage: Stage,
+    private readonly robot: Robot,
+  ) {
     stage.controls.target.copy(this.centre());
     this.target.copy(stage.controls.target);
     this.lookFrom(robot.heading() - 0.75, 0.3, 1.4);
@@ -51,7 +54,11 @@ export class Camera {
   /** `azimuth`: of the camera as seen from the robot, about z from x; `elevation`: above ground. rad, m. */
   lookFrom(azimuth: number, elevation: number, distance: number): void {
     const level = Math.cos(elevation);
-    const from = new Vector3(level * Math.cos(azimuth), level * Math.sin(azimuth), Math.sin(elevation));
+    const from = new Vector3(
+      level * Math.cos(azimuth),
+      level * Math.sin(azimuth),
+      Math.sin(elevation),
+    );
     this.stage.camera.position.copy(this.stage.controls.target).addScaledVector(from, distance);
     this.stage.controls.update();
     this.stage.draw();
@@ -72,14 +79,23 @@ export class Camera {
   turn(right: number, up: number, factor = 1): void {
     const {azimuth, elevation, distance} = this.where();
     this.view = undefined;
-    this.lookFrom(azimuth + right, MathUtils.clamp(elevation + up, -1.5, 1.5707), distance * factor);
+    this.lookFrom(
+      azimuth + right,
+      MathUtils.clamp(elevation + up, -1.5, 1.5707),
+      distance * factor,
+    );
   }
 
   where(): {azimuth: number; elevation: number; distance: number; target: Vector3} {
     const target = this.stage.controls.target.clone();
     const from = this.stage.camera.position.clone().sub(target);
     const round = new Spherical().setFromVector3(new Vector3(from.y, from.z, from.x)); // y up there
-    return {azimuth: round.theta, elevation: Math.PI / 2 - round.phi, distance: round.radius, target};
+    return {
+      azimuth: round.theta,
+      elevation: Math.PI / 2 - round.phi,
+      distance: round.radius,
+      target,
+    };
   }
 
   moveTarget(target: Vector3): void {

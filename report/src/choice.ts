@@ -37,20 +37,25 @@ export class Choice {
   }
 
   toggle(name: string): void {
-    this.chosen.includes(name) ? this.set(this.chosen.filter((other) => other !== name)) : this.add(name);
+    this.chosen.includes(name)
+      ? this.set(this.chosen.filter((other) => other !== name))
+      : this.add(name);
   }
 
   show(): void {
     const series = panelsOf(this.report, this.chosen).flatMap((panel) => panel.series);
-    this.list.replaceChildren(...this.chosen.map((name) => {
-      const item = document.createElement('li'), button = item.appendChild(document.createElement('button'));
-      const drawn = series.find(({label}) => label === name);
-      if (drawn) button.append(keyOf(drawn));
-      button.append(`${name} ×`);
-      button.title = `Do not draw ${name}`;
-      button.onclick = () => this.toggle(name);
-      return item;
-    }));
+    this.list.replaceChildren(
+      ...this.chosen.map((name) => {
+        const item = document.createElement('li');
+        const button = item.appendChild(document.createElement('button'));
+        const drawn = series.find(({label}) => label === name);
+        if (drawn) button.append(keyOf(drawn));
+        button.append(`${name} ×`);
+        button.title = `Do not draw ${name}`;
+        button.onclick = () => this.toggle(name);
+        return item;
+      }),
+    );
   }
 
   focus(): void {
@@ -80,21 +85,23 @@ export class Choice {
   private fill(): void {
     const names = this.matches();
     this.active = Math.max(0, Math.min(this.active, names.length - 1));
-    this.found.replaceChildren(...names.map((name, i) => {
-      const item = document.createElement('li');
-      item.id = `found-${name}`;
-      item.role = 'option';
-      item.ariaSelected = String(this.chosen.includes(name));
-      item.textContent = `${this.chosen.includes(name) ? '✓' : '\u2007'} ${name}`;
-      item.classList.toggle('active', i === this.active);
-      item.onmousedown = (event) => {
-        event.preventDefault(); // the search keeps the focus
-        this.active = i;
-        this.toggle(name);
-        this.fill();
-      };
-      return item;
-    }));
+    this.found.replaceChildren(
+      ...names.map((name, i) => {
+        const item = document.createElement('li');
+        item.id = `found-${name}`;
+        item.role = 'option';
+        item.ariaSelected = String(this.chosen.includes(name));
+        item.textContent = `${this.chosen.includes(name) ? '✓' : '\u2007'} ${name}`;
+        item.classList.toggle('active', i === this.active);
+        item.onmousedown = (event) => {
+          event.preventDefault(); // the search keeps the focus
+          this.active = i;
+          this.toggle(name);
+          this.fill();
+        };
+        return item;
+      }),
+    );
     const active = this.found.children[this.active];
     active?.scrollIntoView({block: 'nearest'});
     if (active) this.search.setAttribute('aria-activedescendant', active.id);

@@ -19,14 +19,34 @@ export interface Palette {
 }
 
 const light: Palette = {
-  dark: false, ink: '#000000', muted: '#505050', grid: '#e2e4e7', ground: '#f4f5f7', background: '#ffffff',
-  blue: '#0072b2', vermillion: '#d55e00', grey: '#8a8f98', green: '#009e73', skyBlue: '#56b4e9',
-  orange: '#e69f00', purple: '#cc79a7',
+  dark: false,
+  ink: '#000000',
+  muted: '#505050',
+  grid: '#e2e4e7',
+  ground: '#f4f5f7',
+  background: '#ffffff',
+  blue: '#0072b2',
+  vermillion: '#d55e00',
+  grey: '#8a8f98',
+  green: '#009e73',
+  skyBlue: '#56b4e9',
+  orange: '#e69f00',
+  purple: '#cc79a7',
 };
 const dark: Palette = {
-  dark: true, ink: '#f2f4f7', muted: '#b3b8c0', grid: '#343a44', ground: '#20242b', background: '#16191e',
-  blue: '#3d9fe0', vermillion: '#f2803a', grey: '#9aa0aa', green: '#2fc79a', skyBlue: '#9bd8fb',
-  orange: '#f5b93f', purple: '#e39cc4',
+  dark: true,
+  ink: '#f2f4f7',
+  muted: '#b3b8c0',
+  grid: '#343a44',
+  ground: '#20242b',
+  background: '#16191e',
+  blue: '#3d9fe0',
+  vermillion: '#f2803a',
+  grey: '#9aa0aa',
+  green: '#2fc79a',
+  skyBlue: '#9bd8fb',
+  orange: '#f5b93f',
+  purple: '#e39cc4',
 };
 
 export function palette(): Palette {

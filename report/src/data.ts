@@ -80,8 +80,10 @@ export class Table {
     let values = this.unpacked.get(name);
     if (!values) {
       const packed = this.raw.columns[name];
-      values = packed === undefined ? new Float32Array(this.times.length).fill(NaN)
-                                    : new Float32Array(bytes(packed));
+      values =
+        packed === undefined
+          ? new Float32Array(this.times.length).fill(NaN)
+          : new Float32Array(bytes(packed));
       this.unpacked.set(name, values);
     }
     return values;
@@ -89,7 +91,8 @@ export class Table {
 
   /** The last row that is not after `time`; the first before all of them. */
   rowAt(time: number): number {
-    let low = 0, high = this.times.length;
+    let low = 0;
+    let high = this.times.length;
     while (high - low > 1) {
       const middle = (low + high) >> 1;
       if (this.times[middle]! <= time) low = middle;
@@ -100,7 +103,8 @@ export class Table {
 
   /** The row whose time is nearest. */
   nearest(time: number): number {
-    const row = this.rowAt(time), next = Math.min(row + 1, this.times.length - 1);
+    const row = this.rowAt(time);
+    const next = Math.min(row + 1, this.times.length - 1);
     return time - this.times[row]! > this.times[next]! - time ? next : row;
   }
 }
@@ -130,7 +134,9 @@ export class Report {
   isBeyond(joint: string, row: number): boolean {
     const {low = -Infinity, high = Infinity, torque = Infinity} = this.limits.get(joint) ?? {};
     const angle = this.table.column(`q.${joint}`)[row]!;
-    return angle < low || angle > high || Math.abs(this.table.column(`torque.${joint}`)[row]!) > torque;
+    return (
+      angle < low || angle > high || Math.abs(this.table.column(`torque.${joint}`)[row]!) > torque
+    );
   }
 
   /** The largest magnitude of a column, with its sign and time. */

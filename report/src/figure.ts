@@ -1,8 +1,19 @@
 // The robot's shape. The model has no outlines: limbs are capsules between joints, a forearm is an
 // even rod about its centre of mass, the head a ball about its own.
 import {
-  BoxGeometry, BufferGeometry, CapsuleGeometry, ExtrudeGeometry, Group, Matrix4, Mesh, MeshBasicMaterial,
-  MeshStandardMaterial, Quaternion, Shape, SphereGeometry, Vector3,
+  BoxGeometry,
+  BufferGeometry,
+  CapsuleGeometry,
+  ExtrudeGeometry,
+  Group,
+  Matrix4,
+  Mesh,
+  MeshBasicMaterial,
+  MeshStandardMaterial,
+  Quaternion,
+  Shape,
+  SphereGeometry,
+  Vector3,
 } from 'three';
 import {colourOf} from './colours';
 import {sideOf, type Robot, type Side} from './robot';
@@ -42,7 +53,8 @@ export class Figure {
 
   update(row: number): void {
     this.group.visible = this.robot.isFinite;
-    for (const [joint, ball] of this.warnings) ball.visible = this.robot.report.isBeyond(joint, row);
+    for (const [joint, ball] of this.warnings)
+      ball.visible = this.robot.report.isBeyond(joint, row);
     this.parts.forEach((part, i) => {
       part.position.copy(this.robot.poses[i]!.position);
       part.quaternion.copy(this.robot.poses[i]!.quaternion);
@@ -50,7 +62,8 @@ export class Figure {
   }
 
   recolour(): void {
-    for (const side of ['left', 'right', 'middle'] as const) this.materials[side].color.set(colourOf(side));
+    for (const side of ['left', 'right', 'middle'] as const)
+      this.materials[side].color.set(colourOf(side));
   }
 
   private radiusOf(body: number): number {
@@ -77,8 +90,10 @@ export class Figure {
 
   // Seen through everything while the joint is beyond its limits.
   private addWarning(part: Group, joint: string): void {
-    const ball = new Mesh(new SphereGeometry(0.024, 20, 14),
-                          new MeshBasicMaterial({color: '#d0006f', transparent: true, opacity: 0.8, depthTest: false}));
+    const ball = new Mesh(
+      new SphereGeometry(0.024, 20, 14),
+      new MeshBasicMaterial({color: '#d0006f', transparent: true, opacity: 0.8, depthTest: false}),
+    );
     ball.renderOrder = 10;
     this.warnings.set(joint, ball);
     part.add(ball);
@@ -97,7 +112,11 @@ export class Figure {
     const foot = this.footOf(name);
     const centre = new Vector3(...com);
     if (foot) {
-      this.addSole(part, foot.corners.map((corner) => new Vector3(...corner)), side);
+      this.addSole(
+        part,
+        foot.corners.map((corner) => new Vector3(...corner)),
+        side,
+      );
       this.addCapsule(part, new Vector3(...foot.sole).multiplyScalar(0.7), 0.017, side);
     } else if (side === 'middle') {
       this.addHead(part, centre, body);
@@ -109,15 +128,22 @@ export class Figure {
   // A slab upon the four corners, which stand in order: heel, toe, toe, heel.
   private addSole(part: Group, corners: Vector3[], side: Side): void {
     const [a, b, , d] = corners as [Vector3, Vector3, Vector3, Vector3];
-    const ahead = b.clone().sub(a), across = d.clone().sub(a);
+    const ahead = b.clone().sub(a);
+    const across = d.clone().sub(a);
     const normal = new Vector3().crossVectors(ahead, across).normalize();
     if (normal.dot(a) > 0) normal.negate(); // from the sole towards the ankle
     const thickness = 0.012;
     const sole = this.mesh(new BoxGeometry(ahead.length(), across.length(), thickness), side);
-    const x = ahead.clone().normalize(), z = normal.clone();
+    const x = ahead.clone().normalize();
+    const z = normal.clone();
     const y = new Vector3().crossVectors(z, x);
     sole.quaternion.copy(quaternionOf(x, y, z));
-    sole.position.copy(a).add(b).add(corners[2]!).add(d).multiplyScalar(0.25)
+    sole.position
+      .copy(a)
+      .add(b)
+      .add(corners[2]!)
+      .add(d)
+      .multiplyScalar(0.25)
       .addScaledVector(normal, thickness / 2);
     part.add(sole);
   }
@@ -136,7 +162,10 @@ export class Figure {
   }
 
   private turnToRoot(body: number): Quaternion {
-    const {parent, quaternion: [w, x, y, z]} = this.robot.report.raw.bodies[body]!;
+    const {
+      parent,
+      quaternion: [w, x, y, z],
+    } = this.robot.report.raw.bodies[body]!;
     const own = new Quaternion(x, y, z, w);
     return parent < 0 ? own : this.turnToRoot(parent).multiply(own);
   }
@@ -147,10 +176,14 @@ export class Figure {
     const joints = this.robot.children[0]!.map((child) => bodies[child]!.position);
     const half = (above: boolean) => {
       const some = joints.filter((p) => Math.abs(p[1]) > 0.01 && p[2] > 0 === above);
-      return some.length ? {y: Math.max(...some.map((p) => Math.abs(p[1]))), z: some[0]![2]}
-                         : {y: 0.06, z: above ? 0.1 : -0.08};
+      return some.length
+        ? {y: Math.max(...some.map((p) => Math.abs(p[1]))), z: some[0]![2]}
+        : {y: 0.06, z: above ? 0.1 : -0.08};
     };
-    const top = half(true), bottom = half(false), bevel = 0.014, depth = 0.05;
+    const top = half(true);
+    const bottom = half(false);
+    const bevel = 0.014;
+    const depth = 0.05;
     const [a, b] = [top.y - 2 * bevel, bottom.y + 0.012 - bevel];
     const shape = new Shape();
     shape.moveTo(-b, bottom.z);
@@ -159,12 +192,18 @@ export class Figure {
     shape.lineTo(-a, top.z);
     shape.closePath();
     const geometry = new ExtrudeGeometry(shape, {
-      depth, bevelEnabled: true, bevelSize: bevel, bevelThickness: bevel, bevelSegments: 4,
+      depth,
+      bevelEnabled: true,
+      bevelSize: bevel,
+      bevelThickness: bevel,
+      bevelSegments: 4,
     });
     geometry.translate(0, 0, -depth / 2);
     const trunk = this.mesh(geometry, 'middle');
     // The shape lies in y and z of the root.
-    trunk.quaternion.copy(quaternionOf(new Vector3(0, 1, 0), new Vector3(0, 0, 1), new Vector3(1, 0, 0)));
+    trunk.quaternion.copy(
+      quaternionOf(new Vector3(0, 1, 0), new Vector3(0, 0, 1), new Vector3(1, 0, 0)),
+    );
     return trunk;
   }
 }

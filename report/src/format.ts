@@ -5,7 +5,8 @@ export function shown(value: number): string {
   if (!Number.isFinite(value)) return '–';
   const size = Math.abs(value);
   if (size === 0) return '0';
-  if (size < 0.001 || size >= 1e5) return value.toExponential(1).replace('e-', 'e−').replace(/^-/, '−');
+  if (size < 0.001 || size >= 1e5)
+    return value.toExponential(1).replace('e-', 'e−').replace(/^-/, '−');
   const digits = Math.max(0, Math.min(4, 3 - Math.floor(Math.log10(size))));
   return value.toFixed(digits).replace(/^-/, '−');
 }
@@ -14,7 +15,10 @@ export function shown(value: number): string {
 export function brief(value: number): string {
   if (!Number.isFinite(value)) return '–';
   const size = Math.abs(value);
-  const text = size > 0 && size < 0.001 ? value.toExponential(0) : String(Number(value.toFixed(size < 10 ? 3 : 1)));
+  const text =
+    size > 0 && size < 0.001
+      ? value.toExponential(0)
+      : String(Number(value.toFixed(size < 10 ? 3 : 1)));
   return text.replaceAll('-', '−');
 }
 

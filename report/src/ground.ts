@@ -13,7 +13,8 @@ export function hull(points: Point[]): Point[] {
     const half: Point[] = [];
     for (const p of ordered) {
       for (;;) {
-        const a = half[half.length - 2], b = half[half.length - 1];
+        const a = half[half.length - 2];
+        const b = half[half.length - 1];
         if (!a || !b || (b.x - a.x) * (p.y - a.y) - (b.y - a.y) * (p.x - a.x) > 0) break;
         half.pop();
       }

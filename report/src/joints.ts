@@ -10,8 +10,16 @@ type Go = (time: number, joint: string) => void;
 export function fillTable(host: HTMLElement, report: Report, clock: Clock, go: Go): void {
   const limited = report.limits.size > 0;
   const table = document.createElement('table');
-  const heads = ['Joint', 'Largest torque, N\u00a0m', 'at, s', ...(limited ? ['of limit, N\u00a0m'] : []),
-                 'Lowest angle, rad', 'Highest angle, rad', ...(limited ? ['allowed, rad'] : []), 'Fastest, rad/s'];
+  const heads = [
+    'Joint',
+    'Largest torque, N\u00a0m',
+    'at, s',
+    ...(limited ? ['of limit, N\u00a0m'] : []),
+    'Lowest angle, rad',
+    'Highest angle, rad',
+    ...(limited ? ['allowed, rad'] : []),
+    'Fastest, rad/s',
+  ];
   const caption = table.createCaption();
   const head = table.createTHead().insertRow();
   for (const text of heads) {
@@ -55,17 +63,29 @@ export function fillTable(host: HTMLElement, report: Report, clock: Clock, go: G
     peak ? cell(brief(peak.value), peak.time, isOver) : cell('–');
     cell(peak ? clock.text(peak.time - report.raw.start) : '–');
     if (limited) {
-      cell(torque && peak ? `${Math.round(100 * Math.abs(peak.value) / torque)} % of ${brief(torque)}` : '');
+      cell(
+        torque && peak
+          ? `${Math.round((100 * Math.abs(peak.value)) / torque)} % of ${brief(torque)}`
+          : '',
+      );
     }
     const angle = report.columns.get(`q.${joint}`);
     reached(angle?.low, limits?.low !== undefined && (angle?.low[0] ?? Infinity) < limits.low);
     reached(angle?.high, limits?.high !== undefined && (angle?.high[0] ?? -Infinity) > limits.high);
-    if (limited) cell(limits?.low === undefined && limits?.high === undefined ? '' : `${bound(limits.low)} … ${bound(limits.high)}`);
+    if (limited)
+      cell(
+        limits?.low === undefined && limits?.high === undefined
+          ? ''
+          : `${bound(limits.low)} … ${bound(limits.high)}`,
+      );
     const rate = report.peak(`d.${joint}`);
     rate ? cell(brief(rate.value), rate.time) : cell('–');
   }
-  caption.textContent = 'A click on a number goes to its time and draws the joint.' +
-    (limited ? ` ${passed === 0 ? 'No limit is passed.' : `▲: limit passed, ${passed} in all.`}` : '');
+  caption.textContent =
+    'A click on a number goes to its time and draws the joint.' +
+    (limited
+      ? ` ${passed === 0 ? 'No limit is passed.' : `▲: limit passed, ${passed} in all.`}`
+      : '');
   host.replaceChildren(table);
 }
 

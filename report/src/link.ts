@@ -38,11 +38,16 @@ export class Link {
     if (moment.mark !== undefined) fields.push(`mark=${round(report.raw.start + moment.mark, 6)}`);
     if (camera) {
       const {azimuth, elevation, distance, target} = camera.where();
-      fields.push(camera.view && camera.follow ? `view=${camera.view}` : `camera=${[azimuth, elevation, distance].map((v) => round(v, 4))}`);
+      fields.push(
+        camera.view && camera.follow
+          ? `view=${camera.view}`
+          : `camera=${[azimuth, elevation, distance].map((v) => round(v, 4))}`,
+      );
       if (camera.view && camera.follow) fields.push(`distance=${round(distance, 3)}`);
       if (!camera.follow) fields.push(`at=${target.toArray().map((v) => round(v, 4))}`);
     }
-    if (String(choice.chosen) !== String(choice.largest())) fields.push(`draw=${choice.chosen.map(encodeURIComponent)}`);
+    if (String(choice.chosen) !== String(choice.largest()))
+      fields.push(`draw=${choice.chosen.map(encodeURIComponent)}`);
     if (plots.range[0] > 0 || plots.range[1] < moment.end) {
       fields.push(`zoom=${plots.range.map((t) => round(report.raw.start + t, 6))}`);
     }
@@ -53,15 +58,23 @@ export class Link {
   /** What the fragment does not name, or names wrongly, stays. */
   read(): void {
     const {report, moment, camera, choice, plots} = this.parts;
-    const fields = new Map(location.hash.slice(1).split('&').map((field) => {
-      const at = field.indexOf('=');
-      return [field.slice(0, at), field.slice(at + 1)] as const;
-    }));
+    const fields = new Map(
+      location.hash
+        .slice(1)
+        .split('&')
+        .map((field) => {
+          const at = field.indexOf('=');
+          return [field.slice(0, at), field.slice(at + 1)] as const;
+        }),
+    );
     const numbers = (name: string, count: number): number[] | undefined => {
-      const list = (fields.get(name) ?? '').split(',').map((text) => (text === '' ? NaN : Number(text)));
+      const list = (fields.get(name) ?? '')
+        .split(',')
+        .map((text) => (text === '' ? NaN : Number(text)));
       return list.length === count && list.every(Number.isFinite) ? list : undefined;
     };
-    const [time] = numbers('t', 1) ?? [], [mark] = numbers('mark', 1) ?? [];
+    const [time] = numbers('t', 1) ?? [];
+    const [mark] = numbers('mark', 1) ?? [];
     if (mark !== undefined) moment.mark = mark - report.raw.start;
     if (time !== undefined) {
       moment.pause();

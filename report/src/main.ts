@@ -40,7 +40,13 @@ class Page {
     this.transport = new Transport(report, this.moment, this.clock);
     this.choice = new Choice(report);
     this.plots = new Plots(element('panels'), report, this.moment, this.clock);
-    this.link = new Link({report, moment: this.moment, camera: this.space?.camera, choice: this.choice, plots: this.plots});
+    this.link = new Link({
+      report,
+      moment: this.moment,
+      camera: this.space?.camera,
+      choice: this.choice,
+      plots: this.plots,
+    });
     this.moment.listen(() => this.show());
     this.choice.onChange = () => {
       this.plots.draw(this.choice.chosen);
@@ -115,7 +121,11 @@ class Page {
   }
 
   private saveCsv(): void {
-    save(`${stem(this.report)}.csv`, 'text/csv', csvOf(this.report, this.plots.panels, this.plots.range));
+    save(
+      `${stem(this.report)}.csv`,
+      'text/csv',
+      csvOf(this.report, this.plots.panels, this.plots.range),
+    );
   }
 
   private copyLink(): void {
@@ -124,8 +134,12 @@ class Page {
       element('link').textContent = text;
       setTimeout(() => (element('link').textContent = 'Link'), 2000);
     };
-    const copied = navigator.clipboard?.writeText(location.href) ?? Promise.reject(new Error('no clipboard'));
-    copied.then(() => say('Copied'), () => say('In the address'));
+    const copied =
+      navigator.clipboard?.writeText(location.href) ?? Promise.reject(new Error('no clipboard'));
+    copied.then(
+      () => say('Copied'),
+      () => say('In the address'),
+    );
   }
 
   private help(): void {
@@ -138,26 +152,47 @@ class Page {
     element('csv').onclick = () => this.saveCsv();
     element('link').onclick = () => this.copyLink();
     element('help-button').onclick = () => this.help();
-    matchMedia('(prefers-color-scheme: dark)').addEventListener('change', (event) => this.setDark(event.matches));
+    matchMedia('(prefers-color-scheme: dark)').addEventListener('change', (event) =>
+      this.setDark(event.matches),
+    );
   }
 
   private bindKeys(): void {
-    const {moment, plots, transport, space} = this, camera = space?.camera;
+    const {moment, plots, transport, space} = this;
+    const camera = space?.camera;
     bindKeys({
       ' ': () => moment.toggle(),
-      ArrowLeft: (shift) => moment.step(shift ? -10 : -1), ArrowRight: (shift) => moment.step(shift ? 10 : 1),
-      Home: () => moment.step(-Infinity), End: () => moment.step(Infinity),
-      '[': () => transport.faster(-1), ']': () => transport.faster(1), m: () => transport.toggleMark(),
-      '1': () => space?.look('front'), '3': () => space?.look('side'), '7': () => space?.look('top'), f: () => space?.toggleFollow(),
-      a: () => camera?.turn(-0.1, 0), e: () => camera?.turn(0.1, 0), w: () => camera?.turn(0, 0.08), s: () => camera?.turn(0, -0.08),
-      '+': () => camera?.turn(0, 0, 0.85), '=': () => camera?.turn(0, 0, 0.85), '-': () => camera?.turn(0, 0, 1 / 0.85),
-      z: () => plots.zoomBy(0.5), x: () => plots.zoomBy(2), '0': () => plots.zoom(undefined),
+      ArrowLeft: (shift) => moment.step(shift ? -10 : -1),
+      ArrowRight: (shift) => moment.step(shift ? 10 : 1),
+      Home: () => moment.step(-Infinity),
+      End: () => moment.step(Infinity),
+      '[': () => transport.faster(-1),
+      ']': () => transport.faster(1),
+      m: () => transport.toggleMark(),
+      '1': () => space?.look('front'),
+      '3': () => space?.look('side'),
+      '7': () => space?.look('top'),
+      f: () => space?.toggleFollow(),
+      a: () => camera?.turn(-0.1, 0),
+      e: () => camera?.turn(0.1, 0),
+      w: () => camera?.turn(0, 0.08),
+      s: () => camera?.turn(0, -0.08),
+      '+': () => camera?.turn(0, 0, 0.85),
+      '=': () => camera?.turn(0, 0, 0.85),
+      '-': () => camera?.turn(0, 0, 1 / 0.85),
+      z: () => plots.zoomBy(0.5),
+      x: () => plots.zoomBy(2),
+      '0': () => plots.zoom(undefined),
       '/': () => {
         showTab('plots');
         this.choice.focus();
       },
-      p: () => showTab('plots', true), j: () => showTab('table', true),
-      l: () => this.copyLink(), c: () => this.saveCsv(), d: () => this.setDark(!this.isDark()), '?': () => this.help(),
+      p: () => showTab('plots', true),
+      j: () => showTab('table', true),
+      l: () => this.copyLink(),
+      c: () => this.saveCsv(),
+      d: () => this.setDark(!this.isDark()),
+      '?': () => this.help(),
     });
   }
 }

@@ -13,8 +13,12 @@ const symbols: Record<Kind, string> = {
   path: '<path d="M1 11q3-9 6-3t8-3" fill="none" stroke="var(--ink)" stroke-width="1.5"/>',
 };
 
-export function addMarkBoxes(host: HTMLElement, report: Report, marks: Marks,
-                             show: (kind: Kind, on: boolean) => void): void {
+export function addMarkBoxes(
+  host: HTMLElement,
+  report: Report,
+  marks: Marks,
+  show: (kind: Kind, on: boolean) => void,
+): void {
   const ever = (column: string) => typeof report.columns.get(column)?.low[0] === 'number';
   const words: Record<Kind, [string, boolean]> = {
     com: ['centre of mass', ever('com.x')],
@@ -22,7 +26,10 @@ export function addMarkBoxes(host: HTMLElement, report: Report, marks: Marks,
     cop: ['centre of pressure (wrenches)', ever('cop.x')],
     capture: ['capture point', ever('capture-point.x')],
     support: ['support polygon', ever('margin')],
-    wrench: [`wrenches: 10 N is ${brief(10 * marks.metresPerNewton)} m, 1 N m ${metresPerNewtonMetre} m`, marks.hasWrenches],
+    wrench: [
+      `wrenches: 10 N is ${brief(10 * marks.metresPerNewton)} m, 1 N m ${metresPerNewtonMetre} m`,
+      marks.hasWrenches,
+    ],
     path: ['paths of soles, centre of mass', report.raw.samples > 1],
   };
   for (const kind of kinds) {
@@ -35,7 +42,10 @@ export function addMarkBoxes(host: HTMLElement, report: Report, marks: Marks,
     box.checked = there;
     box.disabled = !there;
     box.onchange = () => show(kind, box.checked);
-    label.insertAdjacentHTML('beforeend', `<svg viewBox="0 0 16 16" aria-hidden="true">${symbols[kind]}</svg>`);
+    label.insertAdjacentHTML(
+      'beforeend',
+      `<svg viewBox="0 0 16 16" aria-hidden="true">${symbols[kind]}</svg>`,
+    );
     label.append(text);
   }
 }

@@ -1,9 +1,24 @@
 // What balance is about: centre of mass, zero-moment point, centre of pressure, capture point,
 // support polygon, wrenches, paths. Each kind can be switched off.
 import {
-  ArrowHelper, BufferAttribute, BufferGeometry, CircleGeometry, DoubleSide, Group, Line, LineBasicMaterial,
-  LineDashedMaterial, LineLoop, Material, Mesh, MeshBasicMaterial, Object3D, PlaneGeometry, RingGeometry,
-  SphereGeometry, Vector3,
+  ArrowHelper,
+  BufferAttribute,
+  BufferGeometry,
+  CircleGeometry,
+  DoubleSide,
+  Group,
+  Line,
+  LineBasicMaterial,
+  LineDashedMaterial,
+  LineLoop,
+  Material,
+  Mesh,
+  MeshBasicMaterial,
+  Object3D,
+  PlaneGeometry,
+  RingGeometry,
+  SphereGeometry,
+  Vector3,
 } from 'three';
 import {Line2} from 'three/examples/jsm/lines/Line2.js';
 import {LineGeometry} from 'three/examples/jsm/lines/LineGeometry.js';
@@ -37,12 +52,21 @@ function flat(geometry: BufferGeometry): Mesh<BufferGeometry, MeshBasicMaterial>
 }
 
 export class Marks {
-  readonly groups = Object.fromEntries(kinds.map((kind) => [kind, new Group()])) as Record<Kind, Group>;
+  readonly groups = Object.fromEntries(kinds.map((kind) => [kind, new Group()])) as Record<
+    Kind,
+    Group
+  >;
   /** m of an arrow per N: the robot's weight is 0.2 m long. */
   readonly metresPerNewton: number;
-  private readonly com = onTop(new Mesh(new SphereGeometry(0.009, 20, 14), new MeshBasicMaterial()), 9);
+  private readonly com = onTop(
+    new Mesh(new SphereGeometry(0.009, 20, 14), new MeshBasicMaterial()),
+    9,
+  );
   private readonly comOnGround = onTop(flat(new CircleGeometry(0.0055, 24)), 7);
-  private readonly plumb = new Line(new BufferGeometry(), new LineDashedMaterial({dashSize: 0.012, gapSize: 0.008}));
+  private readonly plumb = new Line(
+    new BufferGeometry(),
+    new LineDashedMaterial({dashSize: 0.012, gapSize: 0.008}),
+  );
   private readonly zmp = new Group();
   private readonly cop = onTop(flat(new RingGeometry(0.0105, 0.015, 32)), 5);
   private readonly capture = onTop(flat(new CircleGeometry(0.012, 3)), 4);
@@ -52,12 +76,15 @@ export class Marks {
   private readonly moments = new Map<string, ArrowHelper>();
   private paths: Line2[] = [];
 
-  constructor(private readonly report: Report, private readonly robot: Robot) {
+  constructor(
+    private readonly report: Report,
+    private readonly robot: Robot,
+  ) {
     const mass = report.raw.bodies.reduce((sum, body) => sum + body.mass, 0);
     this.metresPerNewton = 0.2 / (9.81 * mass);
     for (const turn of [1, -1]) {
       const stroke = flat(new PlaneGeometry(0.03, 0.005));
-      stroke.rotation.z = turn * Math.PI / 4;
+      stroke.rotation.z = (turn * Math.PI) / 4;
       this.zmp.add(stroke);
     }
     onTop(this.zmp, 6);
@@ -88,7 +115,9 @@ export class Marks {
     this.com.material.color.set(c.ink);
     this.comOnGround.material.color.set(c.ink);
     this.plumb.material.color.set(c.ink);
-    this.zmp.children.forEach((stroke) => ((stroke as Mesh).material as MeshBasicMaterial).color.set(c.green));
+    this.zmp.children.forEach((stroke) =>
+      ((stroke as Mesh).material as MeshBasicMaterial).color.set(c.green),
+    );
     this.cop.material.color.set(c.skyBlue);
     this.capture.material.color.set(c.purple);
     this.area.material.color.set(c.muted);
@@ -195,8 +224,10 @@ export class Marks {
       if (Number.isFinite(point.length())) points.push(point);
     }
     if (points.length < 2) return;
-    const path = new Line2(new LineGeometry().setFromPoints(points),
-                           new LineMaterial({linewidth: 1.6, transparent: true, opacity: 0.75}));
+    const path = new Line2(
+      new LineGeometry().setFromPoints(points),
+      new LineMaterial({linewidth: 1.6, transparent: true, opacity: 0.75}),
+    );
     path.name = name;
     path.material.color.set(this.pathColour(name));
     this.paths.push(path);

@@ -72,7 +72,7 @@ export class Moment {
 
   private advance(now: number): void {
     if (!this.playing) return;
-    this.time += Math.max(0, now - this.last) / 1000 * this.speed;
+    this.time += (Math.max(0, now - this.last) / 1000) * this.speed;
     this.last = now;
     if (this.time >= this.end) {
       this.playing = false;

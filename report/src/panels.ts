@@ -1,7 +1,7 @@
 // What is drawn over time, panel by panel.
 import type {Report} from './data';
 import {sideOf} from './robot';
-import {lineColours} from './colours';
+import {lineColours, palette} from './colours';
 
 export interface Series {
   column: string;
@@ -35,7 +35,12 @@ export function byTorque(report: Report): string[] {
 /** Columns that can be drawn one by one, beside the joints'. */
 export function singles(report: Report): string[] {
   return [...report.columns.values()]
-    .filter((column) => column.curve && /^(com|zmp|cop|capture-point)\./.test(column.name) && column.low[0] !== null)
+    .filter(
+      (column) =>
+        column.curve &&
+        /^(com|zmp|cop|capture-point)\./.test(column.name) &&
+        column.low[0] !== null,
+    )
     .map((column) => column.name);
 }
 
@@ -60,31 +65,81 @@ function coloursOf(report: Report, joints: string[]): Map<string, string> {
 export function panelsOf(report: Report, chosen: string[]): Panel[] {
   const joints = chosen.filter((name) => report.joints.includes(name));
   const colours = coloursOf(report, joints);
-  const [ink, orange, skyBlue, green, vermillion, , blue] = lineColours() as [string, string, string, string, string, string, string];
-  const one = (column: string, label: string, colour: string, dashed = false, scale: 'y' | 'y2' = 'y'): Series =>
-    ({column, label, colour, dashed, scale});
-  const ofJoints = (prefix: string): Series[] => joints.map((joint) =>
-    one(prefix + joint, joint, colours.get(kindOf(joint))!, sideOf(joint) === 'right'));
-  const ofSides = (prefix: string): Series[] => [...report.columns.keys()]
-    .filter((name) => name.startsWith(prefix))
-    .map((name, i) => {
-      const body = name.slice(prefix.length), side = sideOf(body);
-      const colour = side === 'left' ? blue : side === 'right' ? vermillion : [green, orange, skyBlue][i % 3]!;
-      return one(name, body, colour, side === 'right');
-    });
+  const {ink, orange, skyBlue, green, vermillion, blue} = palette();
+  const one = (
+    column: string,
+    label: string,
+    colour: string,
+    dashed = false,
+    scale: 'y' | 'y2' = 'y',
+  ): Series => ({column, label, colour, dashed, scale});
+  const ofJoints = (prefix: string): Series[] =>
+    joints.map((joint) =>
+      one(prefix + joint, joint, colours.get(kindOf(joint))!, sideOf(joint) === 'right'),
+    );
+  const ofSides = (prefix: string): Series[] =>
+    [...report.columns.keys()]
+      .filter((name) => name.startsWith(prefix))
+      .map((name, i) => {
+        const body = name.slice(prefix.length);
+        const side = sideOf(body);
+        const colour =
+          side === 'left' ? blue : side === 'right' ? vermillion : [green, orange, skyBlue][i % 3]!;
+        return one(name, body, colour, side === 'right');
+      });
   const points = chosen.filter((name) => !report.joints.includes(name));
   const panels: Panel[] = [
-    {id: 'margin', title: 'Support margin', axes: ['margin, m'], series: [one('margin', 'margin', ink)], height: 116, floor: -0.1},
-    {id: 'torque', title: 'Torques', axes: ['torque, N m'], series: ofJoints('torque.'), height: 160},
-    {id: 'points', title: 'Columns', axes: ['position, m'],
-     series: points.map((name, i) => one(name, name, lineColours()[i % 7]!, name.endsWith('y'))), height: 132},
+    {
+      id: 'margin',
+      title: 'Support margin',
+      axes: ['margin, m'],
+      series: [one('margin', 'margin', ink)],
+      height: 116,
+      floor: -0.1,
+    },
+    {
+      id: 'torque',
+      title: 'Torques',
+      axes: ['torque, N m'],
+      series: ofJoints('torque.'),
+      height: 160,
+    },
+    {
+      id: 'points',
+      title: 'Columns',
+      axes: ['position, m'],
+      series: points.map((name, i) => one(name, name, lineColours()[i % 7]!, name.endsWith('y'))),
+      height: 132,
+    },
     {id: 'angle', title: 'Joint angles', axes: ['angle, rad'], series: ofJoints('q.'), height: 132},
     {id: 'rate', title: 'Joint rates', axes: ['rate, rad/s'], series: ofJoints('d.'), height: 132},
-    {id: 'height', title: 'Height of soles', axes: ['height, m'], series: ofSides('height.'), height: 116},
-    {id: 'force', title: 'External forces', axes: ['force, N'], series: ofSides('force.'), height: 116},
-    {id: 'residual', title: 'Root residual', axes: ['force, N', 'moment, N m'],
-     series: [one('residual.force', 'force', ink), one('residual.moment', 'moment', orange, true, 'y2')], height: 116},
+    {
+      id: 'height',
+      title: 'Height of soles',
+      axes: ['height, m'],
+      series: ofSides('height.'),
+      height: 116,
+    },
+    {
+      id: 'force',
+      title: 'External forces',
+      axes: ['force, N'],
+      series: ofSides('force.'),
+      height: 116,
+    },
+    {
+      id: 'residual',
+      title: 'Root residual',
+      axes: ['force, N', 'moment, N m'],
+      series: [
+        one('residual.force', 'force', ink),
+        one('residual.moment', 'moment', orange, true, 'y2'),
+      ],
+      height: 116,
+    },
   ];
   const there = (series: Series) => typeof report.columns.get(series.column)?.low[0] === 'number';
-  return panels.map((panel) => ({...panel, series: panel.series.filter(there)})).filter((panel) => panel.series.length > 0);
+  return panels
+    .map((panel) => ({...panel, series: panel.series.filter(there)}))
+    .filter((panel) => panel.series.length > 0);
 }

@@ -10,38 +10,84 @@ export interface Handlers {
   setCursor(plot: uPlot): void;
 }
 
-export function optionsOf(report: Report, panel: Panel, clock: Clock, width: number, on: Handlers): uPlot.Options {
+export function optionsOf(
+  report: Report,
+  panel: Panel,
+  clock: Clock,
+  width: number,
+  on: Handlers,
+): uPlot.Options {
   const colours = palette();
   const single = report.curves.times.length < 2;
   const axis = (more: Partial<uPlot.Axis>): uPlot.Axis => ({
-    stroke: colours.muted, grid: {stroke: colours.grid, width: 1}, ticks: {stroke: colours.grid, width: 1, size: 4},
-    font: '11px system-ui, sans-serif', labelFont: '11px system-ui, sans-serif', labelSize: 15, gap: 3, ...more,
+    stroke: colours.muted,
+    grid: {stroke: colours.grid, width: 1},
+    ticks: {stroke: colours.grid, width: 1, size: 4},
+    font: '11px system-ui, sans-serif',
+    labelFont: '11px system-ui, sans-serif',
+    labelSize: 15,
+    gap: 3,
+    ...more,
   });
   const scale = (series: Series[]): uPlot.Scale => ({
-    range: (_, low, high) => rangeOf(low, high, panel.floor, series.every(({column}) => column.startsWith('residual'))),
+    range: (_, low, high) =>
+      rangeOf(
+        low,
+        high,
+        panel.floor,
+        series.every(({column}) => column.startsWith('residual')),
+      ),
   });
   const second = panel.axes[1];
   const scales: Record<string, uPlot.Scale> = {x: {time: false}, y: scale(panel.series)};
   if (second) scales['y2'] = scale(panel.series);
   const offset = clock.offset;
   return {
-    width: Math.max(200, width), height: panel.height, pxAlign: 1,
+    width: Math.max(200, width),
+    height: panel.height,
+    pxAlign: 1,
     padding: [6, second ? 0 : 10, 0, 0],
     legend: {show: false},
     scales,
     axes: [
-      axis({label: offset === 0 && report.raw.start !== 0 ? `time from ${report.raw.start}, s` : 'time, s', size: 22,
-            values: (_, splits) => splits.map((t) => tick(t + offset))}),
+      axis({
+        label:
+          offset === 0 && report.raw.start !== 0 ? `time from ${report.raw.start}, s` : 'time, s',
+        size: 22,
+        values: (_, splits) => splits.map((t) => tick(t + offset)),
+      }),
       axis({label: panel.axes[0], size: 46, scale: 'y', values: (_, splits) => splits.map(tick)}),
-      ...(second ? [axis({label: second, size: 46, scale: 'y2', side: 1, grid: {show: false}, values: (_, splits) => splits.map(tick)})] : []),
+      ...(second
+        ? [
+            axis({
+              label: second,
+              size: 46,
+              scale: 'y2',
+              side: 1,
+              grid: {show: false},
+              values: (_, splits) => splits.map(tick),
+            }),
+          ]
+        : []),
     ],
-    series: [{}, ...panel.series.map((series): uPlot.Series => ({
-      label: series.label, scale: series.scale, stroke: series.colour, width: series.dashed ? 1.8 : 1.3,
-      ...(series.dashed ? {dash: [6, 4]} : {}), points: {show: single, size: 7}, spanGaps: false,
-    }))],
+    series: [
+      {},
+      ...panel.series.map((series): uPlot.Series => ({
+        label: series.label,
+        scale: series.scale,
+        stroke: series.colour,
+        width: series.dashed ? 1.8 : 1.3,
+        ...(series.dashed ? {dash: [6, 4]} : {}),
+        points: {show: single, size: 7},
+        spanGaps: false,
+      })),
+    ],
     cursor: {
-      sync: {key: 'time'}, y: false, drag: {x: true, y: false, setScale: false, dist: 4},
-      points: {size: 5}, bind: {dblclick: () => () => null},
+      sync: {key: 'time'},
+      y: false,
+      drag: {x: true, y: false, setScale: false, dist: 4},
+      points: {size: 5},
+      bind: {dblclick: () => () => null},
     },
     hooks: {
       setSelect: [on.setSelect],
@@ -53,13 +99,21 @@ export function optionsOf(report: Report, panel: Panel, clock: Clock, width: num
 
 function tick(value: number | null): string {
   if (value === null) return '';
-  const text = value !== 0 && Math.abs(value) < 1e-4 ? value.toExponential() : String(Number(value.toPrecision(9)));
+  const text =
+    value !== 0 && Math.abs(value) < 1e-4
+      ? value.toExponential()
+      : String(Number(value.toPrecision(9)));
   return text.replaceAll('-', '−');
 }
 
 // Room above and below; what is only rounding is not blown up to fill the panel, but for the residual,
 // of which the size matters.
-function rangeOf(low: number | null, high: number | null, floor: number | undefined, small: boolean): [number, number] {
+function rangeOf(
+  low: number | null,
+  high: number | null,
+  floor: number | undefined,
+  small: boolean,
+): [number, number] {
   if (low === null || high === null) return [0, 1];
   if (floor !== undefined && low < floor) low = Math.min(floor, high - 0.01);
   const least = small ? 1e-9 : 0.002;
@@ -72,7 +126,12 @@ function linesOf(panel: Panel, report: Report): {value: number; colour: string}[
   if (panel.id === 'margin') return [{value: 0, colour: palette().vermillion}];
   return panel.series.flatMap(({label, colour}) => {
     const {torque, low, high} = report.limits.get(label) ?? {};
-    const values = panel.id === 'torque' && torque !== undefined ? [torque, -torque] : panel.id === 'angle' ? [low, high] : [];
+    const values =
+      panel.id === 'torque' && torque !== undefined
+        ? [torque, -torque]
+        : panel.id === 'angle'
+          ? [low, high]
+          : [];
     return values.flatMap((value) => (value === undefined ? [] : [{value, colour}]));
   });
 }

@@ -24,8 +24,12 @@ export class Plots {
   private readonly whole: [number, number];
   onZoom: () => void = () => {};
 
-  constructor(private readonly host: HTMLElement, private readonly report: Report, private readonly moment: Moment,
-              private readonly clock: Clock) {
+  constructor(
+    private readonly host: HTMLElement,
+    private readonly report: Report,
+    private readonly moment: Moment,
+    private readonly clock: Clock,
+  ) {
     const end = moment.end;
     this.whole = end > 0 ? [0, end] : [-0.5, 0.5];
     this.range = this.whole;
@@ -45,7 +49,7 @@ export class Plots {
   }
 
   zoom(range: [number, number] | undefined): void {
-    const least = Math.max(1e-6, 2 * this.moment.end / Math.max(1, this.report.raw.samples));
+    const least = Math.max(1e-6, (2 * this.moment.end) / Math.max(1, this.report.raw.samples));
     let [from, to] = range ?? this.whole;
     from = Math.max(from, this.whole[0]);
     to = Math.min(to, this.whole[1]);
@@ -57,7 +61,8 @@ export class Plots {
   }
 
   zoomBy(factor: number): void {
-    const [from, to] = this.range, centre = Math.min(Math.max(this.moment.time, from), to);
+    const [from, to] = this.range;
+    const centre = Math.min(Math.max(this.moment.time, from), to);
     this.zoom([centre - (centre - from) * factor, centre + (to - centre) * factor]);
   }
 
@@ -80,14 +85,23 @@ export class Plots {
     button.title = `Save this plot as SVG`;
     button.setAttribute('aria-label', `Save the plot ${panel.title} as SVG`);
     button.onclick = () =>
-      save(`${stem(this.report)}-${panel.id}.svg`, 'image/svg+xml', svgOf(this.report, panel, this.range, this.clock));
+      save(
+        `${stem(this.report)}-${panel.id}.svg`,
+        'image/svg+xml',
+        svgOf(this.report, panel, this.range, this.clock),
+      );
     const place = figure.appendChild(document.createElement('div'));
     place.className = 'plot';
     this.host.append(figure);
 
-    const plot = new uPlot(optionsOf(this.report, panel, this.clock, this.host.clientWidth, {
-      setSelect: (which) => this.selected(which), setCursor: (which) => this.hover(which),
-    }), this.data(panel), place);
+    const plot = new uPlot(
+      optionsOf(this.report, panel, this.clock, this.host.clientWidth, {
+        setSelect: (which) => this.selected(which),
+        setCursor: (which) => this.hover(which),
+      }),
+      this.data(panel),
+      place,
+    );
     plot.setScale('x', {min: this.range[0], max: this.range[1]});
     plot.root.role = 'img';
     plot.root.ariaLabel = `${panel.title} over time: ${panel.series.map(({label}) => label).join(', ')}`;
@@ -103,7 +117,9 @@ export class Plots {
     const times = this.report.curves.times;
     const columns = panel.series.map(({column}) => {
       const values = this.report.curves.column(column);
-      return values.every(Number.isFinite) ? values : Array.from(values, (v) => (Number.isFinite(v) ? v : null));
+      return values.every(Number.isFinite)
+        ? values
+        : Array.from(values, (v) => (Number.isFinite(v) ? v : null));
     });
     return [times, ...columns] as unknown as uPlot.AlignedData;
   }
@@ -114,7 +130,8 @@ export class Plots {
     plot.over.addEventListener('click', (event) => {
       if (Math.abs(event.clientX - from) > 4) return; // a drag
       const time = plot.posToVal(event.clientX - plot.over.getBoundingClientRect().left, 'x');
-      if (event.shiftKey) this.moment.setMark(this.report.table.times[this.report.table.nearest(time)]);
+      if (event.shiftKey)
+        this.moment.setMark(this.report.table.times[this.report.table.nearest(time)]);
       else {
         this.moment.pause();
         this.moment.show(time);
@@ -142,7 +159,8 @@ export class Plots {
   }
 
   private update(): void {
-    const [from, to] = this.range, {playing, time} = this.moment;
+    const [from, to] = this.range;
+    const {playing, time} = this.moment;
     if (playing && (time < from || time > to)) this.zoom([time, time + to - from]); // goes along
     this.place();
     this.write();
@@ -157,13 +175,20 @@ export class Plots {
 
   // Under the cursor; beside it, how much more that is than at the mark.
   private write(): void {
-    const hovered = this.hovered, mark = this.moment.mark;
+    const hovered = this.hovered;
+    const mark = this.moment.mark;
     for (const {values} of this.drawn) {
-      for (const {series: {column}, text} of values) {
-        const [low, high] = hovered === undefined ? this.valuesNow(column) : this.valuesAt(column, hovered);
-        let value = low === high || Number.isNaN(low) ? shown(low) : `${shown(low)} … ${shown(high)}`;
+      for (const {
+        series: {column},
+        text,
+      } of values) {
+        const [low, high] =
+          hovered === undefined ? this.valuesNow(column) : this.valuesAt(column, hovered);
+        let value =
+          low === high || Number.isNaN(low) ? shown(low) : `${shown(low)} … ${shown(high)}`;
         if (mark !== undefined) {
-          const [from, to] = this.valuesAt(column, mark), more = (low + high - from - to) / 2;
+          const [from, to] = this.valuesAt(column, mark);
+          const more = (low + high - from - to) / 2;
           value += ` (Δ ${more > 0 ? '+' : ''}${shown(more)})`;
         }
         if (text.textContent !== value) text.textContent = value;

@@ -31,13 +31,16 @@ export class Robot {
     this.table = report.table;
     this.poses = bodies.map(() => ({position: new Vector3(), quaternion: new Quaternion()}));
     this.parents = bodies.map((body) => body.parent);
-    this.children = bodies.map((_, i) => this.parents.flatMap((p, child) => (p === i ? [child] : [])));
+    this.children = bodies.map((_, i) =>
+      this.parents.flatMap((p, child) => (p === i ? [child] : [])),
+    );
     this.placements = bodies.map((body) => {
       const [w, x, y, z] = body.quaternion;
       return {position: new Vector3(...body.position), quaternion: new Quaternion(x, y, z, w)};
     });
-    this.root = ['x', 'y', 'z', 'qw', 'qx', 'qy', 'qz'].map(
-      (part) => this.table.column(`${bodies[0]!.name}.${part}`));
+    this.root = ['x', 'y', 'z', 'qw', 'qx', 'qy', 'qz'].map((part) =>
+      this.table.column(`${bodies[0]!.name}.${part}`),
+    );
     this.angles = bodies.map((body) => this.table.column(`q.${body.name}`));
   }
 
@@ -60,14 +63,20 @@ export class Robot {
         pose.quaternion.set(qx!, qy!, qz!, qw!);
         continue;
       }
-      const parent = this.poses[this.parents[i]!]!, placement = this.placements[i]!;
+      const parent = this.poses[this.parents[i]!]!;
+      const placement = this.placements[i]!;
       const half = this.angles[i]![row]! / 2;
       this.turn.set(0, 0, Math.sin(half), Math.cos(half));
-      pose.position.copy(placement.position).applyQuaternion(parent.quaternion).add(parent.position);
+      pose.position
+        .copy(placement.position)
+        .applyQuaternion(parent.quaternion)
+        .add(parent.position);
       pose.quaternion.copy(parent.quaternion).multiply(placement.quaternion).multiply(this.turn);
     }
     this.isFinite = this.poses.every(
-      ({position, quaternion}) => Number.isFinite(position.length()) && Number.isFinite(quaternion.w));
+      ({position, quaternion}) =>
+        Number.isFinite(position.length()) && Number.isFinite(quaternion.w),
+    );
   }
 
   /** A point of a body in the world. */

@@ -13,7 +13,10 @@ export function save(name: string, type: string, text: string): void {
 
 /** The motion's name, fit for a file's. */
 export function stem(report: Report): string {
-  const name = report.raw.title.replace(/\.[^.]*$/, '').replace(/[^\p{L}\p{N}._-]+/gu, '_').replace(/^[._]+/, '');
+  const name = report.raw.title
+    .replace(/\.[^.]*$/, '')
+    .replace(/[^\p{L}\p{N}._-]+/gu, '_')
+    .replace(/^[._]+/, '');
   return name || 'motion';
 }
 

@@ -15,13 +15,18 @@ export class Space {
   /** Called when the view has changed. */
   onChange: () => void = () => {};
 
-  constructor(readonly stage: Stage, robot: Robot, report: Report) {
+  constructor(
+    readonly stage: Stage,
+    robot: Robot,
+    report: Report,
+  ) {
     this.figure = new Figure(robot);
     this.marks = new Marks(report, robot);
     stage.scene.add(this.figure.group, ...Object.values(this.marks.groups));
     this.camera = new Camera(stage, robot);
     this.camera.onChange = () => this.showView();
-    for (const button of this.viewButtons()) button.onclick = () => this.look(button.dataset['view'] as View);
+    for (const button of this.viewButtons())
+      button.onclick = () => this.look(button.dataset['view'] as View);
     element('follow').onclick = () => this.toggleFollow();
     element<HTMLDetailsElement>('legend').open = innerWidth > 820;
     addMarkBoxes(element('marks'), report, this.marks, (kind, on) => {
@@ -69,7 +74,8 @@ export function spaceOf(robot: Robot, report: Report): Space | undefined {
   try {
     return new Space(new Stage(element<HTMLCanvasElement>('scene')), robot, report);
   } catch (fault) {
-    element('state').textContent = `This browser draws nothing in space (WebGL): ${(fault as Error).message}`;
+    element('state').textContent =
+      `This browser draws nothing in space (WebGL): ${(fault as Error).message}`;
     element('scene').hidden = true;
     return undefined;
   }

@@ -1,7 +1,22 @@
 // The space in which the robot moves: camera, light, ground.
 import {
-  AmbientLight, BufferGeometry, Color, DirectionalLight, Fog, Group, HemisphereLight, LineBasicMaterial, LineSegments, Mesh,
-  PCFShadowMap, PerspectiveCamera, PlaneGeometry, Scene, ShadowMaterial, Vector3, WebGLRenderer,
+  AmbientLight,
+  BufferGeometry,
+  Color,
+  DirectionalLight,
+  Fog,
+  Group,
+  HemisphereLight,
+  LineBasicMaterial,
+  LineSegments,
+  Mesh,
+  PCFShadowMap,
+  PerspectiveCamera,
+  PlaneGeometry,
+  Scene,
+  ShadowMaterial,
+  Vector3,
+  WebGLRenderer,
 } from 'three';
 import {OrbitControls} from 'three/examples/jsm/controls/OrbitControls.js';
 import {palette} from './colours';
@@ -41,8 +56,18 @@ export class Stage {
     this.sun.shadow.normalBias = 0.004;
     this.shade.receiveShadow = true;
     this.shade.scale.setScalar(8);
-    this.ground.add(this.shade, lines(0.1, 2, -0.0012, this.fine), lines(1, 20, -0.001, this.coarse));
-    this.scene.add(this.sun, this.sun.target, this.sky, new AmbientLight('#ffffff', 0.35), this.ground);
+    this.ground.add(
+      this.shade,
+      lines(0.1, 2, -0.0012, this.fine),
+      lines(1, 20, -0.001, this.coarse),
+    );
+    this.scene.add(
+      this.sun,
+      this.sun.target,
+      this.sky,
+      new AmbientLight('#ffffff', 0.35),
+      this.ground,
+    );
     this.recolour();
     new ResizeObserver(() => this.resize()).observe(canvas.parentElement!);
     this.resize();
@@ -90,10 +115,15 @@ export class Stage {
 
   // It lies wherever one looks; lines stay on whole metres, from afar on tens of them.
   private moveGround(): void {
-    const {target} = this.controls, distance = this.camera.position.distanceTo(target);
+    const {target} = this.controls;
+    const distance = this.camera.position.distanceTo(target);
     const scale = distance > 12 ? 10 : 1;
     this.ground.scale.set(scale, scale, 1);
-    this.ground.position.set(scale * Math.round(target.x / scale), scale * Math.round(target.y / scale), 0);
+    this.ground.position.set(
+      scale * Math.round(target.x / scale),
+      scale * Math.round(target.y / scale),
+      0,
+    );
     const fog = this.scene.fog as Fog;
     fog.near = distance + 4 * scale;
     fog.far = distance + 16 * scale;
@@ -104,18 +134,26 @@ export class Stage {
     this.camera.updateMatrixWorld();
     const on = point.clone().project(this.camera);
     const {clientWidth: width, clientHeight: height} = this.canvas;
-    return {x: (on.x + 1) / 2 * width, y: (1 - on.y) / 2 * height};
+    return {x: ((on.x + 1) / 2) * width, y: ((1 - on.y) / 2) * height};
   }
 }
 
 // A grid of short pieces: some renderers drop a line of which one end is behind the camera.
 function lines(step: number, half: number, z: number, material: LineBasicMaterial): LineSegments {
-  const points: Vector3[] = [], count = Math.round(half / step);
+  const points: Vector3[] = [];
+  const count = Math.round(half / step);
   const pieces = Math.min(2 * half, 40);
   for (let i = -count; i <= count; ++i) {
     for (let j = 0; j < pieces; ++j) {
-      const from = -half + 2 * half * j / pieces, to = -half + 2 * half * (j + 1) / pieces, at = i * step;
-      points.push(new Vector3(at, from, z), new Vector3(at, to, z), new Vector3(from, at, z), new Vector3(to, at, z));
+      const from = -half + (2 * half * j) / pieces;
+      const to = -half + (2 * half * (j + 1)) / pieces;
+      const at = i * step;
+      points.push(
+        new Vector3(at, from, z),
+        new Vector3(at, to, z),
+        new Vector3(from, at, z),
+        new Vector3(to, at, z),
+      );
     }
   }
   return new LineSegments(new BufferGeometry().setFromPoints(points), material);

@@ -3,82 +3,140 @@ import type {Report} from './data';
 import type {Clock} from './format';
 import type {Panel, Series} from './panels';
 
-const width = 800, height = 320, left = 62, right = 62, top = 52, bottom = 44;
+const width = 800;
+const height = 320;
+const left = 62;
+const right = 62;
+const top = 52;
+const bottom = 44;
 
 export function escaped(text: string): string {
-  return text.replaceAll('&', '&amp;').replaceAll('<', '&lt;').replaceAll('>', '&gt;').replaceAll('"', '&quot;');
+  return text
+    .replaceAll('&', '&amp;')
+    .replaceAll('<', '&lt;')
+    .replaceAll('>', '&gt;')
+    .replaceAll('"', '&quot;');
 }
 
 /** Round numbers between two, about `count` of them. */
 export function roundSteps(low: number, high: number, count: number): number[] {
-  const raw = (high - low) / count, size = 10 ** Math.floor(Math.log10(raw));
+  const raw = (high - low) / count;
+  const size = 10 ** Math.floor(Math.log10(raw));
   const step = size * ([1, 2, 5].find((factor) => factor * size >= raw) ?? 10);
   const steps: number[] = [];
-  for (let i = Math.ceil(low / step - 1e-9); i * step <= high + 1e-9 * step; ++i) steps.push(Number((i * step).toPrecision(12)));
+  for (let i = Math.ceil(low / step - 1e-9); i * step <= high + 1e-9 * step; ++i) {
+    steps.push(Number((i * step).toPrecision(12)));
+  }
   return steps;
 }
 
-export function svgOf(report: Report, panel: Panel, [from, to]: [number, number], clock: Clock): string {
-  const {curves} = report;
-  const rows = [...curves.times.keys()].filter((row) => curves.times[row]! >= from && curves.times[row]! <= to);
-  const x = (time: number) => left + (time - from) / (to - from) * (width - left - right);
-  const out: string[] = [];
-  const text = (content: string, at: string) => out.push(`<text ${at}>${escaped(content)}</text>`);
-  roundSteps(from + clock.offset, to + clock.offset, 8).forEach((time) => {
-    const at = x(time - clock.offset).toFixed(1);
-    out.push(`<path d="M${at} ${top}V${height - bottom}" stroke="#ddd"/>`);
-    text(String(time), `x="${at}" y="${height - bottom + 16}" text-anchor="middle"`);
-  });
-  text('time, s', `x="${width / 2}" y="${height - 8}" text-anchor="middle"`);
-  (['y', 'y2'] as const).forEach((scale, i) => {
-    const series = panel.series.filter((one) => one.scale === scale), title = panel.axes[i];
-    if (series.length > 0 && title) addScale(out, report, series, rows, x, title, i === 1, panel.floor);
-  });
-  text(`${report.raw.title}: ${panel.title}`, `x="${left}" y="18" font-size="15" font-weight="600"`);
-  let legend = left;
-  panel.series.forEach((series) => {
-    out.push(`<path d="M${legend} 36h18" stroke="${series.colour}" stroke-width="2"${dashes(series)}/>`);
-    text(series.label, `x="${legend + 22}" y="40"`);
-    legend += 36 + 6.6 * series.label.length;
-  });
-  return `<svg xmlns="http://www.w3.org/2000/svg" width="${width}" height="${height}" viewBox="0 0 ${Math.max(width, legend)} ${height}" ` +
-    `font-family="sans-serif" font-size="12" fill="#222"><rect width="100%" height="100%" fill="#fff"/>${out.join('\n')}</svg>\n`;
-}
+class Sheet {
+  private readonly elements: string[] = [];
 
-function dashes(series: Series): string {
-  return series.dashed ? ' stroke-dasharray="6 4"' : '';
-}
-
-function addScale(out: string[], report: Report, series: Series[], rows: number[], x: (time: number) => number, title: string,
-                  atRight: boolean, floor: number | undefined): void {
-  const columns = series.map(({column}) => report.curves.column(column));
-  let low = Infinity, high = -Infinity;
-  for (const column of columns) {
-    for (const row of rows) {
-      const value = column[row]!;
-      if (Number.isFinite(value)) [low, high] = [Math.min(low, value), Math.max(high, value)];
-    }
+  add(name: string, attributes: Record<string, string | number>, text = ''): void {
+    const list = Object.entries(attributes).map(
+      ([key, value]) => ` ${key}="${escaped(`${value}`)}"`,
+    );
+    this.elements.push(`<${name}${list.join('')}>${escaped(text)}</${name}>`);
   }
-  if (low > high) return;
-  if (floor !== undefined) low = Math.min(Math.max(low, floor), high - 0.01);
+
+  text(text: string, x: number, y: number, anchor = 'start', more = {}): void {
+    this.add('text', {x, y, 'text-anchor': anchor, ...more}, text);
+  }
+
+  finished(wide: number): string {
+    const size = `width="${wide}" height="${height}" viewBox="0 0 ${wide} ${height}"`;
+    return [
+      `<svg xmlns="http://www.w3.org/2000/svg" ${size} font-family="sans-serif" font-size="12">`,
+      '<rect width="100%" height="100%" fill="#fff"/>',
+      ...this.elements,
+      '</svg>\n',
+    ].join('\n');
+  }
+}
+
+/** A panel over a stretch of time, in seconds from the motion's start. */
+export function svgOf(
+  report: Report,
+  panel: Panel,
+  [from, to]: [number, number],
+  clock: Clock,
+): string {
+  const {times} = report.curves;
+  const rows = [...times.keys()].filter((row) => times[row]! >= from && times[row]! <= to);
+  const x = (time: number) => left + ((time - from) / (to - from)) * (width - left - right);
+  const sheet = new Sheet();
+  for (const time of roundSteps(from + clock.offset, to + clock.offset, 8)) {
+    const at = x(time - clock.offset);
+    sheet.add('path', {d: `M${at} ${top}V${height - bottom}`, stroke: '#ddd'});
+    sheet.text(String(time), at, height - bottom + 16, 'middle');
+  }
+  sheet.text('time, s', width / 2, height - 8, 'middle');
+  addScale(sheet, report, panel, 'y', rows, x);
+  addScale(sheet, report, panel, 'y2', rows, x);
+  const title = `${report.raw.title}: ${panel.title}`;
+  sheet.text(title, left, 18, 'start', {'font-size': 15, 'font-weight': 600});
+  let at = left;
+  for (const series of panel.series) {
+    sheet.add('path', {d: `M${at} 36h18`, 'stroke-width': 2, ...stroke(series)});
+    sheet.text(series.label, at + 22, 40);
+    at += 36 + 6.6 * series.label.length;
+  }
+  return sheet.finished(Math.max(width, at));
+}
+
+function stroke({colour, dashed}: Series): Record<string, string> {
+  return {stroke: colour, ...(dashed ? {'stroke-dasharray': '6 4'} : {})};
+}
+
+// What the columns reach, with room; from the panel's floor up.
+function reach(columns: Float32Array[], rows: number[], floor = -Infinity): [number, number] {
+  const values = columns.flatMap((column) => rows.map((row) => column[row]!));
+  const finite = values.filter(Number.isFinite);
+  const high = finite.reduce((a, b) => Math.max(a, b), -Infinity);
+  const lowest = finite.reduce((a, b) => Math.min(a, b), Infinity);
+  const low = lowest < floor ? Math.min(floor, high - 0.01) : lowest;
   const room = Math.max(0.05 * (high - low), 1e-9);
-  [low, high] = [low - room, high + room];
-  const y = (value: number) => height - bottom - (value - low) / (high - low) * (height - top - bottom);
+  return [low - room, high + room];
+}
+
+function addScale(
+  sheet: Sheet,
+  report: Report,
+  panel: Panel,
+  scale: 'y' | 'y2',
+  rows: number[],
+  x: (time: number) => number,
+): void {
+  const series = panel.series.filter((one) => one.scale === scale);
+  const columns = series.map(({column}) => report.curves.column(column));
+  const [low, high] = reach(columns, rows, panel.floor);
+  if (!(low < high)) return;
+  const foot = height - bottom;
+  const y = (value: number) => foot - ((value - low) / (high - low)) * (foot - top);
+  const isFirst = scale === 'y';
   for (const value of roundSteps(low, high, 5)) {
-    const at = y(value).toFixed(1);
-    if (!atRight) out.push(`<path d="M${left} ${at}H${width - right}" stroke="${value === 0 ? '#999' : '#ddd'}"/>`);
-    out.push(`<text x="${atRight ? width - right + 6 : left - 6}" y="${Number(at) + 4}" text-anchor="${atRight ? 'start' : 'end'}">${value}</text>`);
+    const line = {
+      d: `M${left} ${y(value)}H${width - right}`,
+      stroke: value === 0 ? '#999' : '#ddd',
+    };
+    if (isFirst) sheet.add('path', line);
+    const place = isFirst ? left - 6 : width - right + 6;
+    sheet.text(String(value), place, y(value) + 4, isFirst ? 'end' : 'start');
   }
-  const middle = (top + height - bottom) / 2, edge = atRight ? width - 12 : 14;
-  out.push(`<text transform="translate(${edge} ${middle}) rotate(-90)" text-anchor="middle">${escaped(title)}</text>`);
+  const turn = `translate(${isFirst ? 14 : width - 12} ${(top + foot) / 2}) rotate(-90)`;
+  sheet.text(panel.axes[isFirst ? 0 : 1] ?? '', 0, 0, 'middle', {transform: turn});
   series.forEach((one, i) => {
-    let path = '', pen = false;
+    let d = '';
+    let isDown = false;
     for (const row of rows) {
       const value = columns[i]![row]!;
-      if (Number.isFinite(value)) path += `${pen ? 'L' : 'M'}${x(report.curves.times[row]!).toFixed(2)} ${Math.min(y(value), height - bottom).toFixed(2)}`;
-      pen = Number.isFinite(value);
+      const place = `${x(report.curves.times[row]!).toFixed(2)} ${Math.min(y(value), foot).toFixed(2)}`;
+      if (Number.isFinite(value)) d += (isDown ? 'L' : 'M') + place;
+      isDown = Number.isFinite(value);
     }
-    if (rows.length === 1) path += 'h0.01';
-    out.push(`<path d="${path}" fill="none" stroke="${one.colour}" stroke-width="${rows.length === 1 ? 6 : 1.4}" stroke-linejoin="round" stroke-linecap="round"${dashes(one)}/>`);
+    // One sample alone makes a dot.
+    const line = rows.length === 1 ? {d: `${d}h0.01`, 'stroke-width': 6} : {d, 'stroke-width': 1.4};
+    sheet.add('path', {...line, fill: 'none', 'stroke-linecap': 'round', ...stroke(one)});
   });
 }

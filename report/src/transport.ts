@@ -10,9 +10,15 @@ export class Transport {
   private readonly scrub = element<HTMLInputElement>('scrub');
   private readonly speed = element<HTMLSelectElement>('speed');
 
-  constructor(report: Report, private readonly moment: Moment, private readonly clock: Clock) {
+  constructor(
+    report: Report,
+    private readonly moment: Moment,
+    private readonly clock: Clock,
+  ) {
     this.scrub.max = String(report.table.times.length - 1);
-    this.speed.append(...speeds.map((value) => new Option(`${value} ×`, String(value), value === 1, value === 1)));
+    this.speed.append(
+      ...speeds.map((value) => new Option(`${value} ×`, String(value), value === 1, value === 1)),
+    );
     element('play').onclick = () => moment.toggle();
     element('back').onclick = () => moment.step(-1);
     element('forth').onclick = () => moment.step(1);
@@ -41,7 +47,10 @@ export class Transport {
     this.scrub.setAttribute('aria-valuetext', `${clock.text(moment.time)} s`);
     element('play').textContent = moment.playing ? 'Pause' : 'Play';
     element('mark').setAttribute('aria-pressed', String(moment.mark !== undefined));
-    const since = moment.mark === undefined ? '' : ` (Δ ${(moment.time - moment.mark).toFixed(clock.decimals)})`;
+    const since =
+      moment.mark === undefined
+        ? ''
+        : ` (Δ ${(moment.time - moment.mark).toFixed(clock.decimals)})`;
     element('clock').textContent = `${clock.text(moment.time)} s${since}`;
   }
 }
