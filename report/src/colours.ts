@@ -63,3 +63,9 @@ export function lineColours(): string[] {
   const c = palette();
   return [c.ink, c.orange, c.skyBlue, c.green, c.vermillion, c.purple, c.blue];
 }
+
+/** The colour that this one of either palette has on white. */
+export function onWhite(colour: string): string {
+  const [name] = Object.entries(dark).find(([, value]) => value === colour) ?? [];
+  return name ? String(light[name as keyof Palette]) : colour;
+}

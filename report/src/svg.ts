@@ -1,4 +1,5 @@
 // A plot as SVG, drawn anew: light, to scale, with titles, units and a legend.
+import {onWhite} from './colours';
 import type {Report} from './data';
 import type {Clock} from './format';
 import type {Panel, Series} from './panels';
@@ -86,7 +87,7 @@ export function svgOf(
 }
 
 function stroke({colour, dashed}: Series): Record<string, string> {
-  return {stroke: colour, ...(dashed ? {'stroke-dasharray': '6 4'} : {})};
+  return {stroke: onWhite(colour), ...(dashed ? {'stroke-dasharray': '6 4'} : {})};
 }
 
 // What the columns reach, with room; from the panel's floor up.

@@ -326,7 +326,7 @@ test('a link leads to the same moment, view and plots', async () => {
 });
 
 test('exports: a plot as SVG, the columns that are drawn as CSV', async () => {
-  const page = await open('walk.html', {fragment: '#zoom=2,3'});
+  const page = await open('walk.html', {fragment: '#zoom=2,3', colorScheme: 'dark'});
   const rows = results('walk.out.csv');
   const saved = async (act) => {
     const [download] = await Promise.all([page.waitForEvent('download'), act()]);
@@ -343,6 +343,7 @@ test('exports: a plot as SVG, the columns that are drawn as CSV', async () => {
   }
   const svg = await saved(() => page.click('#panel-torque figcaption button'));
   assert.equal(svg.name, 'walk-torque.svg');
+  assert.match(svg.text, /#e69f00/, 'colours for white, though the page is dark');
   const parsed = await page.evaluate((text) => {
     const image = new DOMParser().parseFromString(text, 'image/svg+xml');
     return [
