@@ -34,7 +34,8 @@ configure_file(cmake/orvek23.pc.in orvek23.pc @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/orvek23.pc" DESTINATION share/pkgconfig COMPONENT dev)
 
 # The documents, in the folders that their links expect: in the build folder as in an installation.
-file(GLOB documents CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" *.md apps/*/*.md docs/* examples/*)
+file(GLOB documents CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}" *.md apps/*/*.md docs/* examples/*
+     report/*.md)
 foreach(document IN LISTS documents)
   configure_file(${document} "${PROJECT_BINARY_DIR}/share/doc/orvek23/${document}" COPYONLY)
   get_filename_component(folder "${document}" DIRECTORY)

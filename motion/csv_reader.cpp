@@ -97,6 +97,7 @@ void CsvReader::read_header(std::optional<char> separator) {
     throw error("the names of the columns are expected here, not numbers" + comment);
   }
   passed_over_.assign(header_.size(), false);
+  texts_.resize(header_.size());
 }
 
 bool CsvReader::next(std::vector<double>& row) {
@@ -107,7 +108,9 @@ bool CsvReader::next(std::vector<double>& row) {
       throw error(row.size(), "the header names only " + fields(header_.size()));
     }
     if (cells.fault()) throw error(row.size(), cells.fault());
-    row.push_back(passed_over_[row.size()] ? 0 : number(cells.field(), row.size()));
+    const std::size_t column = row.size();
+    if (passed_over_[column]) texts_[column] = cells.field();
+    row.push_back(passed_over_[column] ? 0 : number(cells.field(), column));
   }
   if (row.size() < header_.size()) {
     throw error(row.size(), "the row ends after " + fields(row.size()) + " of " +

@@ -33,8 +33,12 @@ class CsvReader {
   /// Names of the columns as they stand.
   const std::vector<std::string>& header() const { return header_; }
 
-  /// From now on this column, counted from 0, may hold anything: next() gives 0 for it.
+  /// From now on this column, counted from 0, may hold anything: next() gives 0 for it, text() what
+  /// stands there.
   void pass_over(std::size_t column) { passed_over_[column] = true; }
+
+  /// The field in a column that is passed over, of the row read last.
+  const std::string& text(std::size_t column) const { return texts_[column]; }
 
   /// Reads the next row into `row`, one number a column, each finite as a float too. False at the
   /// end of the file. Throws InputError.
@@ -67,6 +71,7 @@ class CsvReader {
   char separator_ = ',';
   std::vector<std::string> header_;
   std::vector<bool> passed_over_;
+  std::vector<std::string> texts_;
 };
 
 }  // namespace tavo::motion

@@ -2,10 +2,10 @@
 # Sourced by the other scripts: what each of them needs of Debian, and how it gets there.
 
 build_packages=(g++ cmake ninja-build help2man libeigen3-dev libboost-dev libcli11-dev
-  libtbb-dev libtinyxml2-dev)
+  libtbb-dev libtinyxml2-dev nlohmann-json3-dev)
 package_packages=("${build_packages[@]}" debhelper doxygen dpkg-dev)
-test_packages=("${build_packages[@]}" abigail-tools g++-12 clang-14 doxygen dpkg-dev file gnuplot-nox
-  libgtest-dev libdart-utils-urdf-dev libkdl-parser-dev libmujoco-dev liborocos-kdl-dev libsdformat-dev
+test_packages=("${build_packages[@]}" abigail-tools g++-12 chromium clang-14 doxygen dpkg-dev file
+  gnuplot-nox libgtest-dev libdart-utils-urdf-dev libkdl-parser-dev libmujoco-dev liborocos-kdl-dev libsdformat-dev
   liburdfdom-dev pkgconf)
 
 # Makes sure that the packages named are installed: quietly if they are, with apt if root's rights
@@ -38,4 +38,10 @@ need_packages() {
     echo "Could not install all of: ${missing[*]}" >&2
     exit 1
   fi
+}
+
+# Makes sure that there are Node.js and npm, which bundle the page of orvek23-replay --report: those
+# that are there, whoever brought them, else Debian's.
+need_node() {
+  if ! command -v node > /dev/null || ! command -v npm > /dev/null; then need_packages nodejs npm; fi
 }

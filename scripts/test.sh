@@ -5,6 +5,7 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/packages.sh
 
 need_packages "${test_packages[@]}"
+need_node
 for preset in ci ci-clang; do
   cmake --preset "$preset"
   cmake --build --preset "$preset"

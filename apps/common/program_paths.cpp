@@ -15,5 +15,8 @@ std::filesystem::path default_plugin() {
 std::filesystem::path default_motion() {
   return prefix() / "share" / "orvek23" / "walk.csv";
 }
+std::filesystem::path default_report_template() {
+  return prefix() / "share" / "orvek23" / "report.html";
+}
 
 }  // namespace apps

@@ -8,5 +8,6 @@ namespace apps {
 /// in bin/ beside lib/ and share/.
 std::filesystem::path default_plugin();
 std::filesystem::path default_motion();
+std::filesystem::path default_report_template();
 
 }  // namespace apps

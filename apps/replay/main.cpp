@@ -97,6 +97,15 @@ void declare(CLI::App& app, replay::Options& options) {
                                 ->option_text("FILE")
                                 ->check(apps::file_name());
   declare_view(app, options.view, plot);
+  CLI::Option* const report =
+      app.add_option("--report", options.report, "The motion as a page to walk around, .html")
+          ->option_text("FILE")
+          ->check(apps::file_name());
+  app.add_option("--limits", options.limits,
+                 "The joints' limits for the report, a CSV file:\njoint, low, high, torque")
+      ->option_text("FILE")
+      ->needs(report)
+      ->check(apps::file_name());
   apps::add_common_options(app);
 }
 
@@ -117,6 +126,7 @@ int main(int argc, char** argv) {
   declare(app, options);
   return apps::run_program(app, argc, argv, [&app, &options] {
     options.plugin = apps::plugin_path(app);
+    options.report_template = apps::default_report_template();
     if (app.count("MOTION") == 0) options.motion = apps::default_motion();
     const bool taken = tavo::motion::is_standard_stream(options.results);
     const auto warn = [&app](const std::string& warning) {

@@ -67,7 +67,7 @@ bool Observation::is_loaded(const Foot& foot) const {
 }
 
 quantities::Wrench Observation::root_wrench() const {
-  return quantities::root_wrench(state_, feet_wrenches_ + other_wrenches_);
+  return quantities::root_wrench(state_, wrenches());
 }
 
 std::optional<Eigen::Vector3d> Observation::zero_moment_point() const {

@@ -33,6 +33,9 @@ class Observation {
   const tavo::RigidBodySystem& system() const { return system_; }
   /// Poses and, as they were formed in double, rates.
   const quantities::State& state() const { return state_; }
+  const std::vector<unsigned long>& wrench_bodies() const { return wrench_bodies_; }
+  /// All external wrenches, as the motion has them.
+  quantities::BodyWrenches wrenches() const { return feet_wrenches_ + other_wrenches_; }
 
   /// What the root would have to be held with for the motion to be as it is, about its origin, in
   /// its axes: what gravity and the motion ask for, less the external wrenches. A motion whose

@@ -14,6 +14,9 @@
 #include "apps/replay/observation.hpp"
 #include "apps/replay/plot/plot.hpp"
 #include "apps/replay/progress.hpp"
+#include "apps/replay/report/limits.hpp"
+#include "apps/replay/report/page.hpp"
+#include "apps/replay/report/recording.hpp"
 #include "apps/replay/results_file.hpp"
 #include "apps/replay/summary.hpp"
 #include "motion/messages.hpp"
@@ -43,18 +46,50 @@ void require_another_file(const Options& options) {
 }
 
 // Neither exists yet, perhaps, so their names are compared.
-void require_own_name(const std::filesystem::path& plot, const Options& options) {
+void require_own_name(const std::filesystem::path& own, const std::string& name,
+                      const Options& options) {
   std::error_code absent;
   const auto resolved = [&absent](const auto& path) {
     return std::filesystem::weakly_canonical(std::filesystem::absolute(path, absent), absent);
   };
-  for (const auto& [path, what] :
-       {std::pair(options.motion, "motion"), {options.results, "results"}}) {
-    if (!path.empty() && resolved(path) == resolved(plot)) {
-      throw std::runtime_error(plot.string() + ": the picture would replace the " + what);
+  for (const auto& [path, what] : {std::pair(options.motion, "motion"),
+                                   {options.results, "results"},
+                                   {options.plot, "picture"},
+                                   {options.limits, "limits"}}) {
+    if (!path.empty() && &path != &own && what != name && resolved(path) == resolved(own)) {
+      throw std::runtime_error(own.string() + ": the " + name + " would replace the " + what);
     }
   }
 }
+
+// The page, and what it is to show.
+class Report {
+ public:
+  Report(const Options& options, const Observation& observed, const motion::RobotNames& names)
+      : limits_(options.limits.empty() ? std::vector<JointLimits>()
+                                       : read_limits(options.limits, names.joints)),
+        title_(motion::input_name(options.motion.filename())),
+        page_(checked(options), options.report_template),
+        recording_(observed) {}
+
+  void add(double time, const Observation& observed) { recording_.add(time, observed); }
+  void commit() { page_.commit(report_data(recording_, limits_, title_)); }
+
+ private:
+  static const std::filesystem::path& checked(const Options& options) {
+    const std::string extension = options.report.extension().string();
+    if (extension != ".html" && extension != ".htm") {
+      throw std::runtime_error(options.report.string() + ": a report's name ends in .html");
+    }
+    require_own_name(options.report, "report", options);
+    return options.report;
+  }
+
+  std::vector<JointLimits> limits_;
+  std::string title_;
+  ReportPage page_;
+  Recording recording_;
+};
 
 motion::MotionFile opened(const Options& options, const motion::RobotNames& names) {
   try {
@@ -92,9 +127,11 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
   Summary summary(*system, motion.wrench_bodies());
   std::optional<Plot> plot;
   if (!options.plot.empty()) {
-    require_own_name(options.plot, options);
+    require_own_name(options.plot, "picture", options);
     plot.emplace(options.plot, options.view, *system);
   }
+  std::optional<Report> report;
+  if (!options.report.empty()) report.emplace(options, observed, names);
   DegreesGuess degrees;
   std::string not_finite;
   std::optional<Progress> progress(std::in_place, terminal);
@@ -106,6 +143,7 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
       if (auto place = results->add(state->sample.time, observed)) fault = place;
     }
     if (plot) plot->add(state->sample.time, observed);
+    if (report) report->add(state->sample.time, observed);
     if (fault && not_finite.empty()) {
       not_finite = "line " + std::to_string(state->sample.line) +
                    ": its results are not finite, first " + *fault;
@@ -128,6 +166,10 @@ void run(const Options& options, std::ostream& summary_out, std::ostream* termin
   summary_out << "plug-in         " << std::fixed << std::setprecision(2)
               << microseconds / static_cast<double>(summary.samples()) << " us a sample\n";
   if (results) summary_out << "results         " << motion::output_name(options.results) << "\n";
+  if (report) {
+    report->commit();
+    summary_out << "report          " << options.report.string() << "\n";
+  }
   if (plot) {
     plot->commit(motion::input_name(options.motion.filename()));
     summary_out << "picture         " << options.plot.string() << "\n";

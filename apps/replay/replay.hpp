@@ -19,6 +19,9 @@ struct Options {
   Selection selection;                      // what the results hold
   std::filesystem::path plot;               // empty: none is drawn
   ViewChoice view = ViewChoice::automatic;  // of the picture
+  std::filesystem::path report;             // empty: none is written
+  std::filesystem::path report_template;    // what the report is made from
+  std::filesystem::path limits;             // of the joints, for the report; empty: not known
 };
 
 /// Runs the motion through the plug-in, writes the results, prints the summary and draws the

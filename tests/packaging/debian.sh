@@ -16,7 +16,7 @@ packages=(build/package/*.deb)
 other=$(mktemp -d)
 trap 'rm -rf "$other"' EXIT
 mkdir "$other/copy"
-tar --create --exclude=./build --exclude=./.git . | tar --extract --directory "$other/copy"
+tar --create --exclude=./build --exclude=./.git --exclude=./report/node_modules . | tar --extract --directory "$other/copy"
 (cd "$other/copy" && umask 027 && chmod -R g-w,o-rwx . &&
   TZ=Asia/Tokyo LC_ALL=C HOME=/nonexistent scripts/package.sh "$other/somewhere/else")
 

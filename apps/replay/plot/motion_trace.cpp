@@ -19,11 +19,6 @@ bool is_finite(const Posture& posture) {
                      [](const Vector3d& point) { return point.allFinite(); });
 }
 
-ValueRange::LowHigh value_at(double time, double value) {
-  const ValueRange::At at{time, std::isfinite(value) ? value : none};
-  return {at, at};
-}
-
 // Whether no corner is more than a centimetre outside the other polygon. Corners cannot be compared
 // one by one: rounding decides which comes first, and whether one on a straight border is one.
 bool is_within(const quantities::SupportPolygon& inner, const quantities::SupportPolygon& outer) {
@@ -34,15 +29,6 @@ bool is_within(const quantities::SupportPolygon& inner, const quantities::Suppor
 }
 
 }  // namespace
-
-void ValueRange::merge(const ValueRange& later) {
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    auto& [low, high] = values[i];
-    const auto& [later_low, later_high] = later.values[i];
-    if (std::isnan(low.value) || later_low.value < low.value) low = later_low;
-    if (std::isnan(high.value) || later_high.value > high.value) high = later_high;
-  }
-}
 
 MotionTrace::MotionTrace(const tavo::RigidBodySystem& system) : skeleton_(system) {
   for (std::size_t i = 0; i < feet_.size(); ++i) {

@@ -13,6 +13,7 @@
 #include "apps/replay/plot/footholds.hpp"
 #include "apps/replay/plot/skeleton.hpp"
 #include "apps/replay/plot/thinned.hpp"
+#include "apps/replay/plot/value_range.hpp"
 #include "apps/replay/plot/view.hpp"
 #include "motion/soles.hpp"
 
@@ -29,20 +30,6 @@ struct Posture {
   // On the ground, m; nothing while nothing presses on it.
   std::optional<Eigen::Vector3d> zmp = std::nullopt, cop = std::nullopt;
   void merge(const Posture&) {}
-};
-
-/// Values over a stretch of time: of each the smallest and the largest, with their times, so that
-/// no peak is lost however long the motion.
-struct ValueRange {
-  struct At {
-    double time;   // s
-    double value;  // not a number where there is none
-  };
-  struct LowHigh {
-    At low, high;
-  };
-  std::vector<LowHigh> values;
-  void merge(const ValueRange& later);
 };
 
 /// A support polygon: its corners, in order, m.
