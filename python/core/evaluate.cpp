@@ -527,6 +527,24 @@ bool Evaluator::engine_serves(Robot& robot,
   return true;
 }
 
+// The rates of every sample: those that are given, and the differences.
+py::tuple rates(const Samples& samples) {
+  const auto n = static_cast<py::ssize_t>(samples.size());
+  const std::array<py::ssize_t, 2> shape = {n, static_cast<py::ssize_t>(nb_dofs)};
+  py::array_t<double> dq(shape), ddq(shape);
+  double *velocity = dq.mutable_data(), *acceleration = ddq.mutable_data();
+  {
+    const py::gil_scoped_release released;
+    States states(samples, 0, samples.size());
+    for (std::size_t k = 0; k < samples.size(); ++k) {
+      const motion::State state = states.next();
+      velocity = std::copy_n(state.velocity.data(), nb_dofs, velocity);
+      acceleration = std::copy_n(state.acceleration.data(), nb_dofs, acceleration);
+    }
+  }
+  return py::make_tuple(dq, ddq);
+}
+
 }  // namespace
 
 void bind_evaluate(py::module_& m) {
@@ -535,7 +553,8 @@ void bind_evaluate(py::module_& m) {
                     py::handle, std::vector<unsigned long>>(),
            py::arg("time"), py::arg("position"), py::arg("rotation"), py::arg("q"), py::arg("dq"),
            py::arg("ddq"), py::arg("wrenches"), py::arg("wrench_bodies"))
-      .def("__len__", &Samples::size);
+      .def("__len__", &Samples::size)
+      .def("rates", &rates, "(N, 28) velocities and accelerations.");
   py::class_<Evaluator>(m, "Evaluator", "Computes motions, all at once or piece by piece.")
       .def(py::init<py::object, const Names&, std::vector<unsigned long>, unsigned>(),
            py::arg("robot"), py::arg("want"), py::arg("wrench_bodies"), py::arg("threads"))

@@ -167,22 +167,20 @@ void interruptibly(const std::function<void()>& work, std::atomic<bool>& stop,
                    const std::function<double()>& share, const py::object& progress) {
   using namespace std::chrono_literals;
   std::future<void> done;
-  {
-    const py::gil_scoped_release released;
-    done = std::async(std::launch::async, work);
-    if (done.wait_for(100ms) == std::future_status::ready) return done.get();
-  }
   try {
-    for (;;) {
-      if (PyErr_CheckSignals() != 0) throw py::error_already_set();
-      if (!progress.is_none()) progress(share());
+    for (bool ready = false; !ready;) {
+      if (done.valid()) {
+        if (PyErr_CheckSignals() != 0) throw py::error_already_set();
+        if (!progress.is_none()) progress(share());
+      }
       const py::gil_scoped_release released;
-      if (done.wait_for(100ms) == std::future_status::ready) break;
+      if (!done.valid()) done = std::async(std::launch::async, work);
+      ready = done.wait_for(100ms) == std::future_status::ready;
     }
   } catch (...) {
     stop = true;
     const py::gil_scoped_release released;
-    done.wait();
+    if (done.valid()) done.wait();
     throw;
   }
   done.get();

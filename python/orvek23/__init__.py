@@ -6,17 +6,23 @@
 SI units, radians, world z up; frames and orders: docs/conventions.md. First steps: docs/python.md.
 """
 
+import os
+
 from . import quantities
 from ._core import InputError, Robot, __version__, default_plugin
 from ._files import evaluate_files
 from ._motion import Motion, load
 from ._results import Result, evaluate
 
+WALK = os.path.join(os.path.dirname(__file__), "walk.csv")
+"""Path of the walk of eight seconds that comes along."""
+
 __all__ = [
     "InputError",
     "Motion",
     "Result",
     "Robot",
+    "WALK",
     "__version__",
     "default_plugin",
     "evaluate",

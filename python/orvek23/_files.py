@@ -77,7 +77,7 @@ def evaluate_files(
     _core.Evaluator(robot, wanted, [], 1)  # an unknown signal is found here, not on every worker
     folder = os.fspath(out)
     os.makedirs(os.path.join(folder, "manifest"), exist_ok=True)
-    job = dict(want=wanted, out=folder, format=format, plugin=robot.plugin,
+    job: Record = dict(want=wanted, out=folder, format=format, plugin=robot.plugin,
                plugin_hash=_hash(robot.plugin), threads=threads_of(threads), piece=piece)  # fmt: skip
 
     records: Dict[str, Record] = {}
@@ -122,7 +122,7 @@ def evaluate_file(
     results = os.path.join(out, f"{stem}.{format}")
     place = os.path.join(out, "manifest", f"{stem}.json")
     try:
-        made_of = dict(log=os.path.basename(path), log_hash=_hash(path), plugin_hash=plugin_hash,
+        made_of: Record = dict(log=os.path.basename(path), log_hash=_hash(path), plugin_hash=plugin_hash,
                        version=_core.__version__, want=list(want), format=format)  # fmt: skip
         done = _record(place)
         if done is not None and all(done.get(key) == made_of[key] for key in made_of):
@@ -135,6 +135,8 @@ def evaluate_file(
             record = {**made_of, "samples": samples, "bytes": os.path.getsize(temporary)}
         with written_whole(place) as temporary, open(temporary, "w") as file:
             json.dump(record, file, indent=1)
+        for left in glob.glob(os.path.join(glob.escape(out), f".{glob.escape(stem)}.{format}.*")):
+            os.unlink(left)  # by a worker that died
         return {**record, "resumed": False}
     except (OSError, ValueError, KeyError, RuntimeError) as fault:
         return {"log": os.path.basename(path), "error": str(fault)}

@@ -51,6 +51,8 @@ class Motion:
         if angles.shape[1] != 22:
             raise ValueError(f"q has {angles.shape[1]} columns beside root=, 22 needed")
         n = len(angles)
+        if n == 0:
+            raise ValueError("q has no row: a motion has a sample at least")
         step = np.asarray(time, dtype=float)
         if step.ndim == 0 and not step > 0:
             raise ValueError("time: a step is positive")
@@ -63,10 +65,8 @@ class Motion:
 
     def _check(self) -> None:
         n = len(self)
-        if self.time.shape != (n,) or n == 0:
-            raise ValueError(f"time has {self.time.size} entries for {n} samples")
-        if len(self.q) != n:
-            raise ValueError(f"q has {len(self.q)} rows for {n} samples")
+        if self.time.shape != (n,) or len(self.q) != n:
+            raise ValueError(f"time has {self.time.size} entries, q {len(self.q)} rows")
         for name in ("time", "position", "rotation", "q", "wrenches"):
             bad = ~np.isfinite(getattr(self, name).reshape(n, -1).astype(np.float32)).all(axis=1)
             if bad.any():
@@ -91,12 +91,17 @@ class Motion:
         part = {k: v if v is None else v[samples] for k, v in self._arrays().items()}
         return _of_arrays(part, self.wrench_bodies)
 
-    def _arrays(self) -> Dict[str, Optional[np.ndarray]]:
+    def _arrays(self) -> Dict[str, Any]:
         return {name: getattr(self, name) for name in _ARRAYS}
 
     def _samples(self, robot: _core.Robot) -> _core.Samples:
         bodies = [robot.get_body_id(name) for name in self.wrench_bodies]
         return _core.Samples(**self._arrays(), wrench_bodies=bodies)
+
+    def rates(self) -> Tuple[np.ndarray, np.ndarray]:
+        """dq and ddq of every sample, (N, 28): those that are given, and the replay's differences."""
+        dq, ddq = self._samples(_core.Robot()).rates()
+        return dq, ddq
 
     def save(self, path: Path) -> None:
         """Writes an .npz file, which load() reads many times faster than text, with the same bits."""
@@ -130,7 +135,8 @@ def load(
         return _of_npz(path)
     with Bar("reading", progress) as bar:
         reader = _core.LogReader(path, robot, separator, ignore_unknown)
-        motion = _of_arrays(reader.next(2**62, bar), tuple(reader.wrench_bodies))
+        samples = reader.next(2**62, bar) or {}  # a file without samples is an error
+        motion = _of_arrays(samples, tuple(reader.wrench_bodies))
     if reader.hint():
         warnings.warn(f"{path}: {reader.hint()}", stacklevel=2)
     return motion
@@ -162,7 +168,7 @@ def pieces(path: str, robot: _core.Robot, size: int) -> Iterator[Tuple[Motion, i
         }
 
 
-def _of_arrays(arrays: Mapping[str, Optional[np.ndarray]], bodies: Tuple[str, ...]) -> Motion:
+def _of_arrays(arrays: Mapping[str, Any], bodies: Tuple[str, ...]) -> Motion:
     motion = Motion.__new__(Motion)
     for name in _ARRAYS:
         setattr(motion, name, arrays[name])

@@ -2,7 +2,7 @@
 
 from __future__ import annotations
 
-from typing import TYPE_CHECKING, List, Optional
+from typing import TYPE_CHECKING, Any, List, Optional
 
 import numpy as np
 
@@ -30,7 +30,7 @@ def draw(result: "Result", figure: Optional["matplotlib.figure.Figure"]) -> "mat
     poses = [f"pose:{body}" for body in robot.bodies]
     r = evaluate(result.motion, ("com", "zmp", "cop", "torque", *poses), plugin=result.plugin)
     frames = np.stack([r[name] for name in poses], axis=1).astype(float)  # N, 23, x y z qw qx qy qz
-    side, above, torques = figure.subplots(3, 1, height_ratios=(1.2, 1, 1))
+    side, above, torques = figure.subplots(3, 1, height_ratios=(1.5, 1, 1))
     _draw_side(side, robot, frames, r)
     _draw_above(above, robot, frames, r)
     _draw_torques(torques, robot, r)
@@ -59,29 +59,32 @@ def _chains(robot: _core.Robot, frames: np.ndarray) -> List[np.ndarray]:
     return chains
 
 
-def _draw_side(axes, robot, frames, r) -> None:
+def _draw_side(axes: Any, robot: _core.Robot, frames: np.ndarray, r: "Result") -> None:
     samples = np.unique(np.linspace(0, len(r) - 1, _FIGURES).round().astype(int))
     chains = _chains(robot, frames[samples])
     root = frames[:, 0, :2]
     ahead = int(np.ptp(root[:, 1]) > np.ptp(root[:, 0]))
     # One that stays about is drawn side by side.
     apart = 0.0 if np.ptp(root[:, ahead]) >= 0.2 else 0.3
+    labelled: Optional[float] = None
     for k, sample in enumerate(samples):
         shade = str(0.75 - 0.75 * k / max(1, len(samples) - 1))
         for chain in chains:
-            right = robot.bodies[0] and chain is not None
             axes.plot(chain[k, :, ahead] + apart * k, chain[k, :, 2], color=shade, lw=1.5)
-        top = chains[0][k, 0]
-        axes.annotate(f"{r.time[sample]:.1f} s", (top[ahead] + apart * k, top[2] + 0.03), ha="center", fontsize=7)
+        head = chains[0][k, 0] + [apart * k, apart * k, 0.02]
+        if labelled is None or abs(head[ahead] - labelled) > 0.05:
+            labelled = head[ahead]
+            axes.annotate(f"{r.time[sample]:.1f} s", head[[ahead, 2]], ha="center", fontsize=7)
     if not apart:
         axes.plot(r.com[:, ahead], r.com[:, 2], color="tab:blue", lw=1, label="centre of mass")
         axes.legend(loc="lower right", fontsize=7)
     axes.axhline(0, color="0.6", lw=0.8)
+    axes.margins(y=0.12)
     axes.set(title=f"From the side: {'xy'[ahead]} and z", xlabel=f"{'xy'[ahead]}, m", ylabel="z, m")
     axes.set_aspect("equal", adjustable="datalim")
 
 
-def _draw_above(axes, robot, frames, r) -> None:
+def _draw_above(axes: Any, robot: _core.Robot, frames: np.ndarray, r: "Result") -> None:
     for foot, colour in (("LAnkleRoll", "tab:green"), ("RAnkleRoll", "tab:red")):
         sole = _placed(frames, robot.get_body_id(foot), _SOLE)
         stands = np.abs(sole[:, :, 2]).max(axis=1) < 0.003
@@ -96,7 +99,7 @@ def _draw_above(axes, robot, frames, r) -> None:
     axes.legend(loc="upper right", fontsize=7)
 
 
-def _draw_torques(axes, robot, r) -> None:
+def _draw_torques(axes: Any, robot: _core.Robot, r: "Result") -> None:
     largest = np.argsort(-np.abs(r.torque).max(axis=0))[:6]
     for joint in largest:
         name = robot.joints[joint]
