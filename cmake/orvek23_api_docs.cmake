@@ -17,6 +17,7 @@ if(DOXYGEN_FOUND)
   set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
   set(DOXYGEN_INPUT_FILTER "sed -E -f ${PROJECT_SOURCE_DIR}/cmake/markdown_for_doxygen.sed")
   set(DOXYGEN_HTML_EXTRA_FILES "${PROJECT_SOURCE_DIR}/docs/walk.svg" "${PROJECT_SOURCE_DIR}/docs/report.png")
+  set(DOXYGEN_IMAGE_PATH "${PROJECT_SOURCE_DIR}/docs")
   file(GLOB quantities CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
        "${PROJECT_SOURCE_DIR}/quantities/*.hpp")
   list(REMOVE_ITEM quantities quantities/composite.hpp)  # not installed
@@ -27,7 +28,8 @@ if(DOXYGEN_FOUND)
     host/rigid_body_system.hpp host/loader.hpp ktmath/ktmath.hpp batch/batch.hpp
     motion/csv_reader.hpp motion/motion_columns.hpp motion/motion_file.hpp motion/motion_writer.hpp
     motion/rates.hpp motion/robot_names.hpp motion/soles.hpp motion/window.hpp
-    ${quantities} report/README.md docs/quantities.md docs/tutorials.md examples/README.md)
+    ${quantities} report/README.md docs/quantities.md docs/tutorials.md examples/README.md
+    docs/python.md docs/python_calibration.md docs/scale.md)
 elseif(BUILD_TESTING)
   message(STATUS "orvek23_docs: no Doxygen to make and test them with (Debian: doxygen)")
 endif()

@@ -1,9 +1,10 @@
 include(CMakePackageConfigHelpers)
 
-# Three components, and three Debian packages of the same parts:
+# Four components, and four Debian packages of the same parts:
 #   runtime   the plug-in, the stand-in for the platform's library, the documents
 #   dev       what hosts are compiled and tried with, HTML
 #   tools     the programs
+#   python    the module, if it is built
 # Fixed folders: a program finds the plug-in and its data relative to itself.
 set(package_dir lib/cmake/orvek23)
 

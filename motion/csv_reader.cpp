@@ -6,11 +6,12 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
-#include <iostream>
 #include <limits>
 #include <string>
 #include <system_error>
+#include <unistd.h>
 
 #include "motion/csv_fields.hpp"
 #include "motion/messages.hpp"
@@ -59,11 +60,15 @@ std::string hint_at_decimal_comma(std::string_view field) {
 
 }  // namespace
 
+CsvReader::Descriptor::~Descriptor() {
+  if (descriptor_ > STDIN_FILENO) ::close(descriptor_);
+}
+
 CsvReader::CsvReader(const std::string& path, std::optional<char> separator)
-    : name_(input_name(path)), in_(is_standard_stream(path) ? std::cin : file_) {
+    : name_(input_name(path)),
+      file_(is_standard_stream(path) ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
+  if (file_.get() < 0) throw InputError(name_ + ": cannot be read: " + std::strerror(errno));
   const std::filesystem::path place = is_standard_stream(path) ? "/dev/stdin" : path;
-  if (&in_ == &file_) file_.open(place);
-  if (!in_) throw InputError(name_ + ": cannot be read: " + std::strerror(errno));
   std::error_code unknown;
   if (std::filesystem::is_regular_file(place, unknown)) {
     const std::uintmax_t size = std::filesystem::file_size(place, unknown);
@@ -102,6 +107,7 @@ void CsvReader::read_header(std::optional<char> separator) {
 
 bool CsvReader::next(std::vector<double>& row) {
   if (!read_line()) return false;
+  if (plain_row(row)) return true;
   row.clear();
   for (CsvFields cells(line_, separator_); cells.next();) {
     if (row.size() >= header_.size()) {
@@ -137,13 +143,41 @@ InputError CsvReader::error(std::size_t column, const std::string& fault) const 
   return InputError(place + ": " + fault);
 }
 
+// The row, if it holds as many plain numbers as the header has names, without quotes: what nearly
+// all rows are. Else false, and next() sees what it is or says what is wrong with it.
+bool CsvReader::plain_row(std::vector<double>& row) const {
+  if (std::memchr(line_.data(), '"', line_.size()) != nullptr) return false;
+  row.resize(header_.size());
+  const char* at = line_.data();
+  const char* const end = at + line_.size();
+  const auto skip_blanks = [&at, end, this] {
+    while (at != end && *at != separator_ && (*at == ' ' || *at == '\t' || *at == '\r')) ++at;
+  };
+  for (std::size_t column = 0; column < row.size(); ++column) {
+    if (passed_over_[column]) {
+      row[column] = 0;
+      at = std::find(at, end, separator_);
+    } else {
+      skip_blanks();
+      const auto [stop, fault] = std::from_chars(at, end, row[column]);
+      if (fault != std::errc() || !(std::abs(row[column]) <= std::numeric_limits<float>::max())) {
+        return false;
+      }
+      at = stop;
+      skip_blanks();
+    }
+    if (column + 1 == row.size()) return at == end;
+    if (at == end || *at != separator_) return false;
+    ++at;
+  }
+  return false;
+}
+
 // The next line that is neither blank nor a comment.
 bool CsvReader::read_line() {
-  errno = 0;
-  while (std::getline(in_, line_)) {
-    read_ += line_.size() + 1;
+  while (next_line()) {
     if (line_number_++ == 0 && line_.starts_with(byte_order_mark)) {
-      line_.erase(0, byte_order_mark.size());
+      line_.remove_prefix(byte_order_mark.size());
     }
     const std::string_view text = trimmed(line_);
     if (text.starts_with('#')) {
@@ -152,8 +186,46 @@ bool CsvReader::read_line() {
       return true;
     }
   }
-  if (in_.bad()) throw InputError(name_ + ": cannot be read: " + std::strerror(errno));
   return false;
+}
+
+// The next line as it stands; the last one may lack its end.
+bool CsvReader::next_line() {
+  std::size_t searched = 0;
+  for (;;) {
+    const char* const first = buffer_.data() + begin_;
+    const std::size_t size = end_ - begin_;
+    const void* const newline =
+        size > searched ? std::memchr(first + searched, '\n', size - searched) : nullptr;
+    if (newline == nullptr) {
+      searched = size;
+      if (fill()) continue;
+      if (size == 0) return false;
+    }
+    const std::size_t length =
+        newline == nullptr ? size
+                           : static_cast<std::size_t>(static_cast<const char*>(newline) - first);
+    line_ = {buffer_.data() + begin_, length};
+    begin_ += newline == nullptr ? length : length + 1;
+    read_ += length + 1;
+    return true;
+  }
+}
+
+// Reads on, behind what is still to come; false at the end of the file.
+bool CsvReader::fill() {
+  constexpr std::size_t block = 1 << 18;
+  if (begin_ > 0) std::memmove(buffer_.data(), buffer_.data() + begin_, end_ - begin_);
+  end_ -= begin_;
+  begin_ = 0;
+  if (buffer_.size() < end_ + block) buffer_.resize(std::max(end_ + block, 2 * end_));
+  for (;;) {
+    const ssize_t got = ::read(file_.get(), buffer_.data() + end_, block);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) throw InputError(name_ + ": cannot be read: " + std::strerror(errno));
+    end_ += static_cast<std::size_t>(got);
+    return got > 0;
+  }
 }
 
 double CsvReader::number(std::string_view field, std::size_t column) const {

@@ -2,8 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <fstream>
-#include <istream>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -59,14 +57,33 @@ class CsvReader {
  private:
   void read_header(std::optional<char> separator);
   bool read_line();
+  bool next_line();
+  bool fill();
+  bool plain_row(std::vector<double>& row) const;
   double number(std::string_view field, std::size_t column) const;
 
+  /// A file descriptor, closed with its owner unless it is the standard input's.
+  class Descriptor {
+   public:
+    explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
+    Descriptor(Descriptor&& other) noexcept : descriptor_(other.descriptor_) {
+      other.descriptor_ = -1;
+    }
+    Descriptor& operator=(Descriptor&&) = delete;
+    ~Descriptor();
+    int get() const { return descriptor_; }
+
+   private:
+    int descriptor_;
+  };
+
   std::string name_;
-  std::ifstream file_;
-  std::istream& in_;
+  Descriptor file_;
   std::optional<std::uintmax_t> size_;
   std::uintmax_t read_ = 0;
-  std::string line_;
+  std::vector<char> buffer_;         ///< What of the file is at hand,
+  std::size_t begin_ = 0, end_ = 0;  ///< and what of it is still to come.
+  std::string_view line_;            ///< Within the buffer.
   std::size_t line_number_ = 0, header_line_ = 0, comment_line_ = 0;  ///< 0: none yet
   char separator_ = ',';
   std::vector<std::string> header_;

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Sets up this machine and makes the Debian packages orvek23, orvek23-dev and orvek23-tools in
-# build/package, or in the folder that is named: the same bytes wherever they are made. Further words go
-# to dpkg-buildpackage.
+# Sets up this machine and makes the Debian packages orvek23, orvek23-dev, orvek23-tools and
+# python3-orvek23 in build/package, or in the folder that is named: the same bytes wherever they are made.
+# Further words go to dpkg-buildpackage.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/packages.sh

@@ -3,9 +3,15 @@
 
 build_packages=(g++ cmake ninja-build help2man libeigen3-dev libboost-dev libcli11-dev
   libtbb-dev libtinyxml2-dev nlohmann-json3-dev)
-package_packages=("${build_packages[@]}" debhelper doxygen dpkg-dev)
-test_packages=("${build_packages[@]}" abigail-tools g++-12 chromium clang-14 doxygen dpkg-dev file
-  gnuplot-nox libgtest-dev libdart-utils-urdf-dev libkdl-parser-dev libmujoco-dev liborocos-kdl-dev libsdformat-dev
+# What the module for Python is built with, and what its tests use of the packages that it can use.
+python_packages=(pybind11-dev python3-dev python3-numpy)
+python_test_packages=("${python_packages[@]}" mypy python3-distributed python3-hypothesis
+  python3-matplotlib python3-pandas python3-pip python3-pytest python3-scipy python3-setuptools
+  python3-tqdm python3-wheel)
+package_packages=("${build_packages[@]}" "${python_packages[@]}" debhelper dh-python doxygen dpkg-dev)
+test_packages=("${build_packages[@]}" "${python_test_packages[@]}" abigail-tools g++-12 chromium clang-14
+  doxygen dpkg-dev file gnuplot-nox libgtest-dev libdart-utils-urdf-dev libkdl-parser-dev libmujoco-dev
+  liborocos-kdl-dev libsdformat-dev
   liburdfdom-dev pkgconf)
 
 # Makes sure that the packages named are installed: quietly if they are, with apt if root's rights

@@ -1,28 +1,13 @@
 #include "apps/replay/signals.hpp"
 
 #include <memory>
-#include <optional>
 
 #include <Eigen/Eigenvalues>
-#include <Eigen/Geometry>
 
 #include "motion/robot_names.hpp"
 
 namespace replay {
 namespace {
-
-// q and -q are the same orientation: takes the one nearer to the last.
-Eigen::Quaterniond orientation(const KT::Math::Transform& pose,
-                               const std::optional<Eigen::Quaterniond>& last) {
-  Eigen::Matrix3d R;
-  R << pose.m[0], pose.m[1], pose.m[2], pose.m[4], pose.m[5], pose.m[6], pose.m[8], pose.m[9],
-      pose.m[10];
-  Eigen::Quaterniond q = Eigen::Quaterniond(R).normalized();
-  Eigen::Index largest = 0;
-  q.coeffs().cwiseAbs().maxCoeff(&largest);
-  if ((last ? q.dot(*last) : q.coeffs()(largest)) < 0) q.coeffs() *= -1;
-  return q;
-}
 
 // Ratio of the extreme eigenvalues: the matrix is symmetric and positive definite.
 double condition_number(const Eigen::MatrixXd& symmetric) {
@@ -50,6 +35,19 @@ void append_rows(const Matrix& matrix, std::vector<float>& row) {
 
 }  // namespace
 
+Eigen::Quaterniond quaternion_of(const KT::Math::Transform& pose) {
+  Eigen::Matrix3d R;
+  R << pose.m[0], pose.m[1], pose.m[2], pose.m[4], pose.m[5], pose.m[6], pose.m[8], pose.m[9],
+      pose.m[10];
+  return Eigen::Quaterniond(R).normalized();
+}
+
+bool is_turned(const Eigen::Quaterniond& q, const std::optional<Eigen::Quaterniond>& last) {
+  Eigen::Index largest = 0;
+  q.coeffs().cwiseAbs().maxCoeff(&largest);
+  return (last ? q.dot(*last) : q.coeffs()(largest)) < 0;
+}
+
 Signal com_signal() {
   Signal signal;
   signal.columns = {"com.x", "com.y", "com.z"};
@@ -68,7 +66,8 @@ Signal pose_signal(const tavo::RigidBodySystem& system, const std::string& body)
   signal.read = [id = system.getBodyId(body), last = std::optional<Eigen::Quaterniond>()](
                     const Observation& observed, std::vector<float>& row) mutable {
     const KT::Math::Transform& pose = observed.system().getPose(id);
-    const Eigen::Quaterniond q = orientation(pose, last);
+    Eigen::Quaterniond q = quaternion_of(pose);
+    if (is_turned(q, last)) q.coeffs() *= -1;
     row.insert(row.end(), {pose.m[3], pose.m[7], pose.m[11]});
     for (const double component : {q.w(), q.x(), q.y(), q.z()}) {
       row.push_back(static_cast<float>(component));

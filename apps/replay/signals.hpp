@@ -2,8 +2,11 @@
 
 #include <functional>
 #include <host/rigid_body_system.hpp>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include <Eigen/Geometry>
 
 #include "apps/replay/observation.hpp"
 
@@ -20,6 +23,13 @@ struct Signal {
   /// Whether it is not there in every sample: nan then says so, and is no fault.
   bool may_be_missing = false;
 };
+
+/// One of the two unit quaternions of a pose.
+Eigen::Quaterniond quaternion_of(const KT::Math::Transform& pose);
+
+/// q and -q are the same orientation: whether -q is the one nearer to the last, or, without one,
+/// the one whose largest component is positive.
+bool is_turned(const Eigen::Quaterniond& q, const std::optional<Eigen::Quaterniond>& last);
 
 /// com.x, com.y, com.z: centre of mass of all bodies, world frame (m).
 Signal com_signal();

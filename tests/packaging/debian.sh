@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 source scripts/packages.sh
-need_packages "${build_packages[@]}" binutils lintian man-db pkgconf
+need_packages "${build_packages[@]}" "${python_packages[@]}" binutils lintian man-db pkgconf
 
 fail() {
   echo "debian.sh: $*" >&2
@@ -21,7 +21,7 @@ tar --create --exclude=./build --exclude=./.git --exclude=./report/node_modules 
   TZ=Asia/Tokyo LC_ALL=C HOME=/nonexistent scripts/package.sh "$other/somewhere/else")
 
 echo "The same bytes:"
-[[ ${#packages[@]} == 3 ]] || fail "${#packages[@]} packages: ${packages[*]}"
+[[ ${#packages[@]} == 4 ]] || fail "${#packages[@]} packages: ${packages[*]}"
 for package in "${packages[@]}"; do
   cmp "$package" "$other/somewhere/else/$(basename "$package")"
   sha256sum "$package"
@@ -31,6 +31,7 @@ lintian --fail-on error,warning --allow-root build/package/*.changes
 root=$other/root
 for package in "${packages[@]}"; do
   dpkg-deb --extract "$package" "$root"
+  [[ $package != */python3-* ]] || continue  # its scripts are those that compile any module
   for script in preinst postinst prerm postrm; do
     [[ ! $(dpkg-deb --ctrl-tarfile "$package" | tar --list) == *$script* ]] || fail "$package: $script"
   done
@@ -47,7 +48,8 @@ done
 ! grep -rIlF -e "$PWD" -e "$other" "$root" || fail "folders of this machine are named in these"
 
 tests/packaging/hardening.sh "$root"/usr/lib/orvek23/libktmath.so \
-  --protected-stack "$root"/usr/lib/liborvek23.so "$root"/usr/bin/*
+  --protected-stack "$root"/usr/lib/liborvek23.so "$root"/usr/bin/* \
+  "$root"/usr/lib/python3/dist-packages/orvek23/_core.*.so
 
 # A host, built against what was unpacked: by CMake, by pkg-config, and by the pkg-config of another
 # machine, which sees all folders below a system root.
@@ -77,4 +79,10 @@ g++ -std=c++17 -DORVEK23_PLUGIN="\"$(pc --variable=plugin orvek23)\"" "$other/ho
 flags=$(PKG_CONFIG_SYSROOT_DIR=$root pc --define-variable=runpath=/usr/lib/orvek23 --cflags --libs orvek23)
 [[ $flags != *"$root$root"* ]] || fail "a system root twice: $flags"
 [[ " $flags " == *" -Wl,-rpath,/usr/lib/orvek23 "* ]] || fail "a run path on this machine: $flags"
+# The module, with the plug-in that was unpacked beside it.
+PYTHONPATH=$root/usr/lib/python3/dist-packages PYTHONDONTWRITEBYTECODE=1 /usr/bin/python3 -c '
+import orvek23
+r = orvek23.evaluate(orvek23.load(orvek23.WALK), "torque")
+assert r.computed_by == "batch" and r.plugin == orvek23.default_plugin() and len(r) == 801
+'
 echo "debian.sh: all good"

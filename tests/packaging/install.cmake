@@ -7,7 +7,7 @@ file(RENAME "${TREE}-first" "${TREE}")
 
 # The Debian packages are the components: what is in none of them would be missing there.
 file(REMOVE_RECURSE "${TREE}-parts")
-foreach(component runtime dev tools)
+foreach(component runtime dev tools python)
   execute_process(COMMAND ${CMAKE_COMMAND} --install "${BUILD}" --prefix "${TREE}-parts"
                           --component ${component}
                   OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
