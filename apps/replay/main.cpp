@@ -56,7 +56,7 @@ void declare_reading(CLI::App& app, tavo::motion::MotionOptions& reading) {
       {",", ','}, {";", ';'}, {"\t", '\t'}, {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}};
   app.add_option_function("--separator",
                           chosen("--separator", "',', ';', tab", separators, reading.separator),
-                          "What parts the fields: ',', ';' or tab; else the header tells")
+                          "What parts fields: ',', ';' or tab; else the header tells")
       ->option_text("C");
   app.add_flag("--ignore-unknown", reading.ignore_unknown, "Pass over columns that no motion has");
 }
