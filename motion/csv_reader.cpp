@@ -145,7 +145,7 @@ InputError CsvReader::error(std::size_t column, const std::string& fault) const 
 
 // The row, if it holds as many plain numbers as the header has names, without quotes: what nearly
 // all rows are. Else false, and next() sees what it is or says what is wrong with it.
-bool CsvReader::plain_row(std::vector<double>& row) const {
+bool CsvReader::plain_row(std::vector<double>& row) {
   if (std::memchr(line_.data(), '"', line_.size()) != nullptr) return false;
   row.resize(header_.size());
   const char* at = line_.data();
@@ -156,7 +156,9 @@ bool CsvReader::plain_row(std::vector<double>& row) const {
   for (std::size_t column = 0; column < row.size(); ++column) {
     if (passed_over_[column]) {
       row[column] = 0;
+      const char* const field = at;
       at = std::find(at, end, separator_);
+      texts_[column] = trimmed({field, static_cast<std::size_t>(at - field)});
     } else {
       skip_blanks();
       const auto [stop, fault] = std::from_chars(at, end, row[column]);

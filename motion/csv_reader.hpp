@@ -59,7 +59,7 @@ class CsvReader {
   bool read_line();
   bool next_line();
   bool fill();
-  bool plain_row(std::vector<double>& row) const;
+  bool plain_row(std::vector<double>& row);
   double number(std::string_view field, std::size_t column) const;
 
   /// A file descriptor, closed with its owner unless it is the standard input's.

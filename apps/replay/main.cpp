@@ -56,8 +56,7 @@ void declare_reading(CLI::App& app, tavo::motion::MotionOptions& reading) {
       {",", ','}, {";", ';'}, {"\t", '\t'}, {"comma", ','}, {"semicolon", ';'}, {"tab", '\t'}};
   app.add_option_function("--separator",
                           chosen("--separator", "',', ';', tab", separators, reading.separator),
-                          "What is between the motion's fields: ',', ';' or tab; else\n"
-                          "its header tells")
+                          "What parts fields: ',', ';' or tab; else the header tells")
       ->option_text("C");
   app.add_flag("--ignore-unknown", reading.ignore_unknown, "Pass over columns that no motion has");
 }
@@ -89,7 +88,7 @@ void declare(CLI::App& app, replay::Options& options) {
       ->option_text("LIST")
       ->needs(output);
   app.add_option("--bodies", options.selection.bodies,
-                 std::string("Whose poses, or all; default:\n") + replay::default_bodies)
+                 "Whose poses, or all; default: feet, forearms and head")
       ->option_text("LIST")
       ->needs(output);
   CLI::Option* const plot = app.add_option("--plot", options.plot,
@@ -102,7 +101,7 @@ void declare(CLI::App& app, replay::Options& options) {
           ->option_text("FILE")
           ->check(apps::file_name());
   app.add_option("--limits", options.limits,
-                 "The joints' limits for the report, a CSV file:\njoint, low, high, torque")
+                 "Limits for the report, a CSV file: joint, low, high, torque")
       ->option_text("FILE")
       ->needs(report)
       ->check(apps::file_name());
