@@ -23,13 +23,15 @@ class CMakeBuild(build_ext):
             check=True,
         )  # fmt: skip
         subprocess.run(["cmake", "--build", build, "--target", "orvek23_python"], check=True)
-        for component, place in (("python", package), ("runtime", package)):
-            stage = build / "stage"
+        for component, folder, place in (
+            ("python", "lib/python3/dist-packages/orvek23", package),
+            ("runtime", "lib", package / "lib"),
+        ):
+            stage = build / "stage" / component
             subprocess.run(
                 ["cmake", "--install", build, "--prefix", stage, "--component", component], check=True
             )
-            folder = "lib/python3/dist-packages/orvek23" if component == "python" else "lib"
-            self.copy_tree(str(stage / folder), str(place / ("" if component == "python" else "lib")))
+            self.copy_tree(str(stage / folder), str(place))
 
 
 setup(

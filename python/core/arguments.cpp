@@ -193,4 +193,23 @@ py::array array(const tavo::quantities::Pose& pose) {
   return array(T);
 }
 
+KT::Math::Transform transform(py::handle value, const char* what) {
+  return tavo::quantities::to_host(pose_from(value, what));
+}
+
+KT::Math::Velocity6D six(py::handle value, const char* what) {
+  const Eigen::Matrix<float, 6, 1> v = matrix<6>(value, what).cast<float>();
+  return {v[0], v[1], v[2], v[3], v[4], v[5]};
+}
+
+py::array six(const KT::Math::Velocity6D& v) {
+  Eigen::Matrix<float, 6, 1> values;
+  values << v.vx, v.vy, v.vz, v.wx, v.wy, v.wz;
+  return array(values);
+}
+
+std::vector<float> floats(const tavo::JointRange& range) {
+  return {range.first, range.second};
+}
+
 }  // namespace orvek23::python

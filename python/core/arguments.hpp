@@ -67,6 +67,15 @@ py::array array(const Eigen::MatrixBase<Derived>& values) {
 /// 4 x 4.
 py::array array(const tavo::quantities::Pose& pose);
 
+/// As pose_from, in the interface's type.
+KT::Math::Transform transform(py::handle value, const char* what);
+
+/// Six numbers, linear first, and back.
+KT::Math::Velocity6D six(py::handle value, const char* what);
+py::array six(const KT::Math::Velocity6D& v);
+
+std::vector<float> floats(const tavo::JointRange& range);
+
 template <int Rows, int Columns>
 Eigen::Matrix<double, Rows, Columns> matrix(py::handle value, const std::string& what) {
   const py::array_t<double> given = numbers(value, what);
