@@ -16,14 +16,15 @@ if(DOXYGEN_FOUND)
   set(DOXYGEN_QUIET YES)
   set(DOXYGEN_WARN_AS_ERROR FAIL_ON_WARNINGS)
   set(DOXYGEN_INPUT_FILTER "sed -E -f ${PROJECT_SOURCE_DIR}/cmake/markdown_for_doxygen.sed")
-  set(DOXYGEN_HTML_EXTRA_FILES "${PROJECT_SOURCE_DIR}/docs/walk.svg" "${PROJECT_SOURCE_DIR}/docs/report.png")
+  set(DOXYGEN_HTML_EXTRA_FILES "${PROJECT_SOURCE_DIR}/docs/walk.svg" "${PROJECT_SOURCE_DIR}/docs/report.png"
+      "${PROJECT_SOURCE_DIR}/docs/realtime.svg")
   set(DOXYGEN_IMAGE_PATH "${PROJECT_SOURCE_DIR}/docs")
   file(GLOB quantities CONFIGURE_DEPENDS RELATIVE "${PROJECT_SOURCE_DIR}"
        "${PROJECT_SOURCE_DIR}/quantities/*.hpp")
   list(REMOVE_ITEM quantities quantities/composite.hpp)  # not installed
   doxygen_add_docs(orvek23_docs
     README.md docs/conventions.md docs/hosting.md docs/packages.md docs/accuracy.md
-    docs/performance.md docs/batch.md docs/lanes.md docs/reliability.md docs/mutants.md apps/replay/README.md apps/urdf/README.md CONTRIBUTING.md
+    docs/performance.md docs/batch.md docs/lanes.md docs/reliability.md docs/mutants.md docs/realtime.md apps/replay/README.md apps/urdf/README.md CONTRIBUTING.md
     CHANGELOG.md
     host/rigid_body_system.hpp host/loader.hpp ktmath/ktmath.hpp batch/batch.hpp
     motion/csv_reader.hpp motion/motion_columns.hpp motion/motion_file.hpp motion/motion_writer.hpp
