@@ -17,6 +17,9 @@ if TYPE_CHECKING:
 _TIPS = {"HeadPitch": (0.055, 0, 0), "LElbowRoll": (0, -0.11, 0), "RElbowRoll": (0, -0.11, 0)}
 _SOLE = np.array([(-0.045, y, z) for y, z in ((-0.025, -0.035), (0.025, -0.035), (0.025, 0.075), (-0.025, 0.075), (-0.025, -0.035))])  # fmt: skip
 _FIGURES = 9
+# The replay's colours (Okabe and Ito 2008): left blue, right vermillion.
+_BLUE, _VERMILLION, _ORANGE, _GREEN = "#0072B2", "#D55E00", "#E69F00", "#009E73"
+_SKY_BLUE, _PURPLE = "#56B4E9", "#CC79A7"
 
 
 def draw(result: "Result", figure: Optional["matplotlib.figure.Figure"]) -> "matplotlib.figure.Figure":
@@ -76,7 +79,7 @@ def _draw_side(axes: Any, robot: _core.Robot, frames: np.ndarray, r: "Result") -
             labelled = head[ahead]
             axes.annotate(f"{r.time[sample]:.1f} s", head[[ahead, 2]], ha="center", fontsize=7)
     if not apart:
-        axes.plot(r.com[:, ahead], r.com[:, 2], color="tab:blue", lw=1, label="centre of mass")
+        axes.plot(r.com[:, ahead], r.com[:, 2], color=_GREEN, lw=1.2, label="centre of mass")
         axes.legend(loc="lower right", fontsize=7)
     axes.axhline(0, color="0.6", lw=0.8)
     axes.margins(y=0.12)
@@ -85,15 +88,15 @@ def _draw_side(axes: Any, robot: _core.Robot, frames: np.ndarray, r: "Result") -
 
 
 def _draw_above(axes: Any, robot: _core.Robot, frames: np.ndarray, r: "Result") -> None:
-    for foot, colour in (("LAnkleRoll", "tab:green"), ("RAnkleRoll", "tab:red")):
+    for foot, colour in (("LAnkleRoll", _BLUE), ("RAnkleRoll", _VERMILLION)):
         sole = _placed(frames, robot.get_body_id(foot), _SOLE)
         stands = np.abs(sole[:, :, 2]).max(axis=1) < 0.003
         begins = np.flatnonzero(stands & ~np.r_[False, stands[:-1]])
         for k in begins:
             axes.plot(sole[k, :, 0], sole[k, :, 1], color=colour, lw=1)
-    axes.plot(r.com[:, 0], r.com[:, 1], color="tab:blue", lw=1.2, label="centre of mass")
+    axes.plot(r.com[:, 0], r.com[:, 1], color=_GREEN, lw=1.2, label="centre of mass")
     axes.plot(r.cop[:, 0], r.cop[:, 1], color="0.75", lw=3, label="centre of pressure")
-    axes.plot(r.zmp[:, 0], r.zmp[:, 1], color="tab:orange", lw=1, label="zero-moment point")
+    axes.plot(r.zmp[:, 0], r.zmp[:, 1], color="black", lw=1, label="zero-moment point")
     axes.set(title="From above", xlabel="x, m", ylabel="y, m")
     axes.set_aspect("equal", adjustable="datalim")
     axes.legend(loc="upper right", fontsize=7)
@@ -101,8 +104,10 @@ def _draw_above(axes: Any, robot: _core.Robot, frames: np.ndarray, r: "Result") 
 
 def _draw_torques(axes: Any, robot: _core.Robot, r: "Result") -> None:
     largest = np.argsort(-np.abs(r.torque).max(axis=0))[:6]
-    for joint in largest:
+    colours = ("black", _ORANGE, _SKY_BLUE, _GREEN, _VERMILLION, _PURPLE)
+    for joint, colour in zip(largest, colours):
         name = robot.joints[joint]
-        axes.plot(r.time, r.torque[:, joint], lw=1, ls="--" if name[0] == "R" else "-", label=name)
+        style = "--" if name[0] == "R" else "-"
+        axes.plot(r.time, r.torque[:, joint], color=colour, lw=1, ls=style, label=name)
     axes.set(title="The six largest torques", xlabel="time, s", ylabel="N m")
     axes.legend(loc="upper right", ncols=3, fontsize=7)
