@@ -13,4 +13,5 @@ PYBIND11_MODULE(_core, m) {
   orvek23::python::bind_quantities(m);
   orvek23::python::bind_logs(m);
   orvek23::python::bind_evaluate(m);
+  orvek23::python::bind_page(m);
 }

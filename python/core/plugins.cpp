@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
+#include <initializer_list>
 #include <system_error>
 
 #include "python/core/robot.hpp"
@@ -18,6 +19,17 @@ fs::path package_folder() {
   Dl_info info;
   ::dladdr(reinterpret_cast<const void*>(&open_plugin), &info);
   return fs::absolute(info.dli_fname).parent_path();
+}
+
+// The first of the places, seen from the package, where there is something; else the first.
+std::string companion(std::initializer_list<const char*> places) {
+  const fs::path package = package_folder();
+  for (const char* place : places) {
+    std::error_code absent;
+    const fs::path found = fs::canonical(package / place, absent);
+    if (!absent) return found.string();
+  }
+  return (package / *places.begin()).string();
 }
 
 py::bytes bytes(const KT::Math::Transform& pose) {
@@ -57,13 +69,11 @@ OpenPlugin& open_plugin(const std::string& path) {
 
 // In a wheel, in the build folder, and installed.
 std::string companion_plugin() {
-  const fs::path package = package_folder();
-  for (const char* place : {"lib", "../../lib", "../../.."}) {
-    std::error_code absent;
-    const fs::path plugin = fs::canonical(package / place / "liborvek23.so", absent);
-    if (!absent) return plugin.string();
-  }
-  return (package / "lib/liborvek23.so").string();
+  return companion({"lib/liborvek23.so", "../../lib/liborvek23.so", "../../../liborvek23.so"});
+}
+std::string companion_report_template() {
+  return companion({"share/orvek23/report.html", "../../share/orvek23/report.html",
+                    "../../../../share/orvek23/report.html"});
 }
 
 std::shared_mutex& shared_inertias() {

@@ -30,6 +30,9 @@ OpenPlugin& open_plugin(const std::string& path);
 /// The path of the plug-in that came along with the module.
 std::string companion_plugin();
 
+/// The path of the page's template, which need not be there.
+std::string companion_report_template();
+
 /// What all systems of the process share, inertias and total mass, is written while nothing
 /// computes: computations hold it shared, `create` and setBodyInertia alone. Whoever waits for it
 /// has let the interpreter's lock go.
@@ -115,5 +118,6 @@ void bind_robot(py::module_& m);
 void bind_quantities(py::module_& m);
 void bind_logs(py::module_& m);
 void bind_evaluate(py::module_& m);
+void bind_page(py::module_& m);
 
 }  // namespace orvek23::python

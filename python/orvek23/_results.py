@@ -99,6 +99,30 @@ class Result:
             writer.add(self.time, list(self._tables.values()))
             writer.close()
 
+    def to_html(
+        self, path: Path, limits: Optional[Path] = None, title: Optional[str] = None
+    ) -> None:
+        """The motion as the page that orvek23-replay --report writes, byte for byte: one file, to walk
+        around in a browser. It has all the page's columns, computed anew, whatever was wanted.
+
+        `limits`: of the joints, a CSV file of joint, low, high (rad), torque (N m). `title`: by
+        default the page's name without its ending. The file is there when it is whole; Ctrl-C ends
+        it. FileNotFoundError where the page's template is not installed (Debian: orvek23-tools),
+        InputError for faults in the limits, ValueError for a name that does not end in .html.
+        """
+        from ._files import written_whole
+
+        stem, ending = os.path.splitext(os.path.basename(path))
+        if ending not in (".html", ".htm"):
+            raise ValueError(f"{os.fspath(path)}: a page's name ends in .html")
+        if limits is not None and os.path.realpath(limits) == os.path.realpath(path):
+            raise ValueError(f"{os.fspath(path)}: the page would replace the limits")
+        table = None if limits is None else os.fspath(limits)
+        robot = _core.Robot(self.plugin)
+        samples = self.motion._samples(robot)
+        with Bar("making the page", None) as bar, written_whole(path) as place:
+            _core.write_page(robot, samples, place, table, stem if title is None else title, bar)
+
     def plot(self, figure: Optional["matplotlib.figure.Figure"] = None) -> "matplotlib.figure.Figure":
         """The motion as the replay draws it: from the side, from above, torques over time. In a
         matplotlib figure, a new one if none is given. What it shows is computed anew."""

@@ -92,6 +92,8 @@ BAD = [
     (lambda m, p: orvek23.evaluate(m, ("com", "com")), ValueError, "twice"),
     (lambda m, p: orvek23.evaluate(m, ()), ValueError, "nothing"),
     (lambda m, p: orvek23.evaluate(m, "pose:LAnkel"), KeyError, "no body named"),
+    (lambda m, p: orvek23.evaluate(m, "com").to_html(p), ValueError, "ends in .html"),
+    (lambda m, p: orvek23.evaluate(m, "com").to_html(p.with_suffix(".html"), p), orvek23.InputError, 'column "time"'),
     (lambda m, p: orvek23.evaluate(m, threads=0), ValueError, "threads"),
     (lambda m, p: orvek23.load("no.csv"), orvek23.InputError, "no.csv: cannot be read: No such file"),
     (lambda m, p: orvek23.load(p), orvek23.InputError, 'line 3, column 9 (HeadPitch): "nan"'),
@@ -158,6 +160,26 @@ def test_progress_goes_from_nothing_to_all(turning):
     with pytest.raises(ZeroDivisionError):
         orvek23.evaluate(turning, ("com", "mass-matrix"), progress=lambda share: 1 / 0)
     assert len(orvek23.evaluate(turning, "com")) == 3000
+
+
+def test_a_page_is_the_replays_byte_for_byte(walk, turning, tmp_path):
+    program = os.environ["ORVEK23_REPLAY"]
+    got = tmp_path / "got.html"
+    if not os.path.exists(os.path.join(os.path.dirname(program), "../share/orvek23/report.html")):
+        with pytest.raises(FileNotFoundError, match="orvek23-tools"):
+            orvek23.evaluate(walk, "com").to_html(got)
+        assert not list(tmp_path.iterdir())
+        pytest.skip("the page's template is not built")
+    limits = tmp_path / "limits.csv"
+    limits.write_text("joint,high,torque\nLKneePitch,1.2,1.5\n")
+    path = as_csv(turning, tmp_path / "turning.csv")
+    for motion, source, want in ((walk, WALK, "com"), (orvek23.load(path), path, "pose")):
+        command = [program, source, "--report", tmp_path / "want.html", "--limits", limits]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+        orvek23.evaluate(motion, want).to_html(got, limits=limits, title=os.path.basename(source))
+        assert got.read_bytes() == (tmp_path / "want.html").read_bytes()
+    orvek23.evaluate(walk, "com").to_html(got)
+    assert b'"title":"got"' in got.read_bytes() and b'"limits":[]' in got.read_bytes()
 
 
 def test_a_picture_shows_the_three_panels(walk, tmp_path):
