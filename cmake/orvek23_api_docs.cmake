@@ -40,7 +40,7 @@ function(orvek23_test_api_docs)
     file(MAKE_DIRECTORY "${DOXYGEN_OUTPUT_DIRECTORY}")
     add_test(NAME api_docs COMMAND Doxygen::doxygen "${PROJECT_BINARY_DIR}/Doxyfile.orvek23_docs"
              WORKING_DIRECTORY "${PROJECT_SOURCE_DIR}")
-    set_tests_properties(api_docs PROPERTIES FIXTURES_SETUP html)
+    set_tests_properties(api_docs PROPERTIES FIXTURES_SETUP html RESOURCE_LOCK html)
     # The first page is the README, and the operations stand by theme, as in the header.
     add_test(NAME api_docs_pages WORKING_DIRECTORY "${DOXYGEN_OUTPUT_DIRECTORY}/html"
              COMMAND sh -c "grep -q scripts/demo.sh index.html && test -e walk.svg && \

@@ -134,7 +134,7 @@ TEST(Loading, LeavesNothingBehindTenThousandTimes) {
 #else
   constexpr int rounds = 10'000;
 #endif
-  long pages_before = 0;
+  [[maybe_unused]] long pages_before = 0;
   for (int k = 0; k < rounds; ++k) {
     {
       const tavo::Plugin::System robot = tavo::Plugin(PLUGIN_PATH).create();
@@ -150,7 +150,9 @@ TEST(Loading, LeavesNothingBehindTenThousandTimes) {
     ASSERT_EQ(dlopen(PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
     if (k == 10) pages_before = pages();  // the allocator has its arenas by then
   }
+#ifndef ORVEK23_SANITIZED  // which keeps pages of its own for all that was loaded
   EXPECT_EQ(pages(), pages_before);
+#endif
 }
 
 // Two copies have nothing in common, or a host could not try a new version beside the old: what the
