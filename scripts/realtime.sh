@@ -48,8 +48,9 @@ EOT
 
 Counted after the first cycle. A system call would be caught by the kernel's dispatch to user space;
 \`strace -c\` counts $few for 1,000 cycles and $many for 100,000, start and end of the program included.
-The longest times are the kernel's: interrupts and, where switches are forced, other processes. What a
-host does against them: [hosting](hosting.md#real-time).
+The longest times are the kernel's: interrupts, where switches are forced other processes, and with
+\`SCHED_FIFO\` the part of each second that it keeps from such threads while others wait: 50 ms, unless
+\`kernel.sched_rt_runtime_us\` is -1. What a host does against them: [hosting](hosting.md#real-time).
 EOT
 } > "$build/realtime.md"
 gnuplot << END
