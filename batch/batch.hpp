@@ -85,7 +85,8 @@ class Engine {
   std::size_t lanes() const;
 
   /// Everything that `outputs` asks for. Throws std::invalid_argument, before anything is written,
-  /// if q is missing or a body's index is out of range.
+  /// if q is missing or a body's index is out of range; std::runtime_error if the system has no
+  /// thread left to give: take an engine of one thread then, which needs none.
   void evaluate(const Inputs& inputs, const Outputs& outputs);
 
  private:

@@ -207,6 +207,10 @@ TEST_F(PluginTest, ResultsAreStaleUntilTheirOperationRuns) {
   EXPECT_EQ(watcher.changes(), "world ");
 
   robot.setRootPose(test::transform(b.q));
+  const oracle::Pose given = test::pose(test::transform(b.q)),
+                     shown = test::pose(robot.getRootPose());
+  EXPECT_LT((shown.R - given.R).norm() + (shown.p - given.p).norm(), kTolerance)
+      << "by way of angles";
   EXPECT_EQ(bits(robot.getPose(0)), bits(robot.getRootPose()));
   EXPECT_EQ(watcher.changes(), "world ") << "the stored root pose, at once";
   robot.computeFwdKinematicsOnlyRoot();

@@ -473,6 +473,8 @@ TEST_F(Replay, NothingIsLostWhenARunFails) {
     EXPECT_EQ(run(arguments), 1) << arguments;
     EXPECT_EQ(read("err"), "orvek23-replay: " + fault + "\n");
   }
+  EXPECT_EQ(shell("(ulimit -f 2; replay motion.csv -o results.csv) >out 2>err"), 1);
+  EXPECT_EQ(read("err"), "orvek23-replay: results.csv: cannot be written: File too large\n");
   EXPECT_EQ(read("motion.csv"), good);
   EXPECT_EQ(read("results.csv"), "older results");
   EXPECT_EQ(files().size(), 7U);

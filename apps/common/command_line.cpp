@@ -1,8 +1,10 @@
 #include "apps/common/command_line.hpp"
 
 #include <algorithm>
+#include <csignal>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -73,6 +75,7 @@ std::filesystem::path plugin_path(const CLI::App& app) {
 }
 
 int run_program(CLI::App& app, int argc, char** argv, const std::function<void()>& job) {
+  std::signal(SIGXFSZ, SIG_IGN);  // a file that may not grow is a failed write, as on a full disk
   try {
     try {
       app.parse(argc, argv);
@@ -86,6 +89,8 @@ int run_program(CLI::App& app, int argc, char** argv, const std::function<void()
     return fail(app, left_over(app));
   } catch (const CLI::ArgumentMismatch& error) {
     return fail(app, mismatch(app, error.what()));
+  } catch (const std::bad_alloc&) {
+    return fail(app, "not enough memory");
   } catch (const std::exception& error) {
     return fail(app, error.what());
   }

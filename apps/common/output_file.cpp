@@ -38,8 +38,10 @@ void OutputFile::open_beside() {
 // Who may read the older file, and whose it is, stays, as far as we may say so.
 void OutputFile::open_in_place_of(const struct stat& old) {
   std::error_code unknown;
-  const fs::path target = fs::canonical(path_, unknown);
-  if (!unknown) path_ = target;  // a link stays, its target is replaced
+  if (fs::is_symlink(path_, unknown)) {  // the link stays, its target is replaced
+    const fs::path target = fs::canonical(path_, unknown);
+    if (!unknown) path_ = target;
+  }
   open_beside();
   if (!file_) return;
   const int descriptor = ::fileno(file_.get());
@@ -52,7 +54,9 @@ void OutputFile::write(std::string_view text) {
   if (std::fwrite(text.data(), 1, text.size(), file_.get()) != text.size()) fail();
 }
 
+// The bytes reach the disk before the name does: who loses power keeps the older file.
 void OutputFile::commit() {
+  if (temporary_ && (std::fflush(file_.get()) != 0 || ::fsync(::fileno(file_.get())) != 0)) fail();
   if (std::fclose(file_.release()) != 0) fail();
   if (temporary_ && std::rename(temporary_->path().c_str(), path_.c_str()) != 0) fail();
 }

@@ -73,7 +73,8 @@ class Evaluator {
         [&] {
           std::vector<std::future<void>> others;
           for (std::size_t k = 1; k < std::min(workers_.size(), chunks.size()); ++k) {
-            others.push_back(std::async(std::launch::async, [&, k] { work(*workers_[k]); }));
+            // Where no thread is to be had, this one does all: the bits don't depend on it.
+            others.push_back(std::async([&, k] { work(*workers_[k]); }));
           }
           work(*workers_[0]);
           for (std::future<void>& other : others) other.get();

@@ -174,8 +174,10 @@ void interruptibly(const std::function<void()>& work, std::atomic<bool>& stop,
         if (!progress.is_none()) progress(share());
       }
       const py::gil_scoped_release released;
-      if (!done.valid()) done = std::async(std::launch::async, work);
-      ready = done.wait_for(100ms) == std::future_status::ready;
+      if (!done.valid()) done = std::async(work);
+      const std::future_status status = done.wait_for(100ms);
+      if (status == std::future_status::deferred) done.wait();  // by this thread: no other
+      ready = status != std::future_status::timeout;
     }
   } catch (...) {
     stop = true;

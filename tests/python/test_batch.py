@@ -153,6 +153,21 @@ while True: orvek23.evaluate(m, ("torque", "mass-matrix"), threads=2)
         assert time.monotonic() - begin < float(os.environ.get("ORVEK23_PATIENCE", "1")) + 1  # ends the process, too
 
 
+def test_where_no_thread_is_to_be_had_the_bits_are_the_same():
+    program = """
+import os, resource, orvek23
+m = orvek23.load(orvek23.WALK)
+def tables(threads):
+    results = orvek23.evaluate(m, ("com", "torque", "zmp"), threads=threads)
+    return [results[name].tobytes() for name in results]
+want = tables(1)
+if os.geteuid() == 0: os.setuid(65534)  # root has no limit
+resource.setrlimit(resource.RLIMIT_NPROC, (0, 0))
+assert tables(3) == want
+"""
+    subprocess.run([sys.executable, "-c", program], check=True)
+
+
 def test_progress_goes_from_nothing_to_all(turning):
     shares = []
     orvek23.evaluate(turning, ("com", "mass-matrix"), progress=shares.append)
