@@ -11,7 +11,8 @@ std::string quoted(std::string_view text) {
   constexpr std::size_t longest = 40;
   std::string result = "\"";
   for (const char c : text.substr(0, longest)) {
-    const bool control = (c >= 0 && c < ' ') || c == '\x7f';
+    const auto code = static_cast<unsigned char>(c);  // a char has no sign on Arm
+    const bool control = code < ' ' || code == 0x7f;
     result += control ? '?' : c;
   }
   return result + (text.size() > longest ? "...\"" : "\"");

@@ -9,10 +9,10 @@ source scripts/packages.sh
 
 need_packages "${build_packages[@]}" g++-12-aarch64-linux-gnu qemu-user
 arm64_packages=(libboost-dev libcli11-dev libeigen3-dev libgtest-dev liborocos-kdl-dev libstdc++6
-  libtbb-dev libtinyxml2-dev)
+  libtbb-dev libtinyxml2-dev nlohmann-json3-dev)
 
 root=$PWD/build/aarch64-root
-if [[ ! -e $root/complete ]]; then
+if [[ $(cat "$root/complete" 2> /dev/null) != "${arm64_packages[*]}" ]]; then
   # A machine of its own, to apt, on which nothing is installed yet.
   apt=$PWD/build/aarch64-apt
   mkdir -p "$apt"/{lists,cache}/partial "$root"
@@ -25,7 +25,7 @@ if [[ ! -e $root/complete ]]; then
   for package in "$apt"/cache/*.deb; do
     dpkg-deb --extract "$package" "$root"
   done
-  touch "$root/complete"
+  echo "${arm64_packages[*]}" > "$root/complete"
 fi
 
 if [[ ${1:-} == --package ]]; then

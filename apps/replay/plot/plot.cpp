@@ -34,7 +34,7 @@ std::string readable(const std::string& name) {
     std::filesystem::path(text).u32string();
   } catch (const std::filesystem::filesystem_error&) {  // not UTF-8
     std::replace_if(
-        text.begin(), text.end(), [](char c) { return c < 0; }, '?');
+        text.begin(), text.end(), [](unsigned char c) { return c > 0x7f; }, '?');
   }
   return text;
 }
