@@ -18,7 +18,7 @@ function(orvek23_test_document_example name document)
   set_target_properties(${name} PROPERTIES CXX_STANDARD 17)
   add_dependencies(${name} orvek23)  # loaded, not linked
   add_test(NAME ${name}
-           COMMAND ${CMAKE_COMMAND} -DPROGRAM=$<TARGET_FILE:${name}>
+           COMMAND ${CMAKE_COMMAND} "-DPROGRAM=${CMAKE_CROSSCOMPILING_EMULATOR};$<TARGET_FILE:${name}>"
                    -DEXPECTED=${CMAKE_CURRENT_BINARY_DIR}/${name}.txt
                    -P "${PROJECT_SOURCE_DIR}/cmake/expect_output.cmake")
   set_tests_properties(${name} PROPERTIES LABELS documents TIMEOUT 60)

@@ -40,14 +40,10 @@ void partial_jacobian_by_nodes(Model& model, int excluded_id,
   Eigen::Matrix<float, n, n> H = Eigen::Matrix<float, n, n>::Zero();
   metapod::partial_crba<Model>::run(model, H, excluded_id);
   const auto& E = metapod::node<0>(model).sXp.E();
-  Eigen::Matrix<float, 3, 3> E0;
-  for (int j = 0; j < 3; ++j) E0.col(j) << E(0, j), E(1, j), E(2, j);
-  // The maps have dynamic sizes so that this is Eigen's general product.
-  using Map = Eigen::Map<const Eigen::MatrixXf, 0, Eigen::OuterStride<>>;
-  const Map E_map(E0.data(), 3, 3, Eigen::OuterStride<>(3));
-  const Map momentum(H.data(), 3, n, Eigen::OuterStride<>(n));
-  J.setZero();
-  J.noalias() += E_map.transpose() * momentum;
+  for (int j = 0; j < n; ++j) {
+    const auto p = E.transposed_times(metapod::Spatial::Vector3(H(0, j), H(1, j), H(2, j)));
+    J.col(j) << 0 + p.x(), 0 + p.y(), 0 + p.z();  // added to nothing: no zero is negative
+  }
 }
 
 /// What the adapter asks of a robot, by the visitors of algorithms/ on the nodes of a model. What

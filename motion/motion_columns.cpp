@@ -132,7 +132,7 @@ class Header {
                                     " is no column: the root's rates are in its own "
                                     "frame, d.vx .. d.wz and dd.vx .. dd.wz");
     }
-    const InputError error = csv_.error(column, unknown_name("column", name, known));
+    InputError error = csv_.error(column, unknown_name("column", name, known));
     if (!nearest_name(name, known)) throw UnknownColumn(error.what());
     return error;
   }

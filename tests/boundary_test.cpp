@@ -19,13 +19,14 @@ using KT::Math::Transform;
 using KT::Math::Velocity6D;
 using tavo::RigidBodySystem;
 
-// Operations of one signature in consecutive slots. A pointer to a virtual member function holds 1
-// + its byte offset in the table (Itanium C++ ABI, section 2.3).
+// Operations of one signature in consecutive slots. A pointer to a virtual member function holds
+// its byte offset in the table, and on most machines 1 in the lowest bit (Itanium C++ ABI,
+// section 2.3).
 template <class Signature, class... Operations>
 void pin(long first, Signature RigidBodySystem::*operation, Operations... next) {
   long bits = 0;
   std::memcpy(&bits, &operation, sizeof bits);
-  EXPECT_EQ((bits - 1) / static_cast<long>(sizeof(void*)), first);
+  EXPECT_EQ(bits / static_cast<long>(sizeof(void*)), first);
   if constexpr (sizeof...(next) > 0) pin<Signature>(first + 1, next...);
 }
 
@@ -129,7 +130,7 @@ bool plugin_is_mapped() {
 // A unique symbol or a registered destructor could pin the library: a host that replaces its
 // plug-in would go on running the old one.
 TEST(Loading, LeavesNothingBehindTenThousandTimes) {
-#ifdef ORVEK23_SANITIZED
+#if defined(ORVEK23_SANITIZED) || defined(ORVEK23_EMULATED)
   constexpr int rounds = 50;
 #else
   constexpr int rounds = 10'000;
@@ -150,7 +151,7 @@ TEST(Loading, LeavesNothingBehindTenThousandTimes) {
     ASSERT_EQ(dlopen(PLUGIN_PATH, RTLD_NOW | RTLD_NOLOAD), nullptr);
     if (k == 10) pages_before = pages();  // the allocator has its arenas by then
   }
-#ifndef ORVEK23_SANITIZED  // which keeps pages of its own for all that was loaded
+#if !defined(ORVEK23_SANITIZED) && !defined(ORVEK23_EMULATED)  // those have pages of their own
   EXPECT_EQ(pages(), pages_before);
 #endif
 }

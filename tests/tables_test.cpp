@@ -155,9 +155,9 @@ void expect_kept(RigidBodySystem& robot, float first, Setter set_all, EntrySette
   const auto [begin, end] = (robot.*range)();
   ASSERT_EQ(end - begin, 22);
   (robot.*set_all)(values);
-  (robot.*set)(7, -3);
-  EXPECT_EQ((robot.*get)(7), -3);
-  values[7] = -3;
+  (robot.*set)(7, -first);
+  values[7] = -first;
+  for (unsigned long i = 0; i < 22; ++i) EXPECT_EQ((robot.*get)(i), values[i]) << i;
   EXPECT_EQ(message_of<std::invalid_argument>([&] { (robot.*set_all)(std::vector<float>(21)); }),
             "joint vector has 21 entries, 22 needed");
   EXPECT_TRUE(std::equal(begin, end, values.begin())) << "a range shows later changes, no error";

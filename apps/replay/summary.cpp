@@ -50,7 +50,7 @@ std::optional<std::string> Summary::add(const motion::Sample& sample, const Obse
   if (samples_++ == 0) first_time_ = sample.time;
   last_time_ = sample.time;
   const quantities::Wrench residual = observed.root_wrench();
-  if (const auto fault = first_not_finite(system, residual)) {
+  if (auto fault = first_not_finite(system, residual)) {
     ++left_out_;
     return fault;
   }

@@ -49,7 +49,7 @@ void Travel::add(const std::vector<Eigen::Vector3d>& points) {
 View Travel::view(ViewChoice choice) const {
   if (choice != ViewChoice::automatic) return View(choice == ViewChoice::x ? 0 : 90);
   const Eigen::SelfAdjointEigenSolver<Eigen::Matrix2d> axes((scatter_ + scatter_.transpose()) / 2);
-  const Vector2d size = axes.eigenvalues();  // the smaller one first
+  const Vector2d& size = axes.eigenvalues();  // the smaller one first
   if (!(size(1) > 1.5 * size(0)) || !std::isfinite(size(1))) return View(0);
   const Vector2d axis = axes.eigenvectors().col(1);
   const int degrees =
