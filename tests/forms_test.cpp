@@ -14,6 +14,7 @@
 
 #include "host/lane_dynamics.hpp"
 #include "host/plain_dynamics.hpp"
+#include "lanes/inertia_table.hpp"
 #include "lanes/passes.hpp"
 #include "tests/trees.hpp"
 
@@ -185,6 +186,26 @@ void expect_the_plain_forms_bits() {
     }
   }
   EXPECT_GT(finite, all / 2) << "non-finite numbers everywhere: nothing was compared";
+}
+
+// The language has no division by zero in constants: what stands for it gives what it gives.
+TEST(FastForm, DividesInConstantsAsAtRunTime) {
+  using Table = metapod::lanes::InertiaTable<std::tuple_element_t<0, Models>>;
+  static constexpr auto massless = [] {
+    std::array<Inertia, Table::nb_bodies> all;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+      const Vector3 h = i & 2 ? Vector3(-0.5f, 3, -3) : Vector3(0, -0.f, 0.5f);
+      all[i] = Inertia(i & 1 ? -0.f : 0.f, h, {});
+    }
+    return all;
+  }();
+  static constexpr Table in_constants(massless);
+  Table at_run_time(massless);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    for (std::size_t i = 0; i < Table::nb_bodies; ++i) {
+      EXPECT_TRUE(same(in_constants.com(axis)[i], at_run_time.com(axis)[i])) << i << " " << axis;
+    }
+  }
 }
 
 TEST(FastForm, HasThePlainFormsBitsInTheBaseline) {

@@ -53,6 +53,10 @@ class MemoryFile {
   int descriptor_;
 };
 
+[[noreturn]] void fail_without_gnuplot() {
+  fail("not found; a picture needs it (Debian package gnuplot-nox)");
+}
+
 // Starts gnuplot with these as its standard input, output and error. No shell is in between.
 pid_t start(const MemoryFile& in, const MemoryFile& out, const MemoryFile& err) {
   std::string name = "gnuplot", no_settings_of_the_user = "-d", from_standard_input = "-";
@@ -66,7 +70,7 @@ pid_t start(const MemoryFile& in, const MemoryFile& out, const MemoryFile& err) 
   pid_t process = 0;
   const int fault = ::posix_spawnp(&process, name.c_str(), &files, nullptr, arguments, environ);
   posix_spawn_file_actions_destroy(&files);
-  if (fault == ENOENT) fail("not found; a picture needs it (Debian package gnuplot-nox)");
+  if (fault == ENOENT) fail_without_gnuplot();
   if (fault != 0) fail(std::string("cannot be started: ") + std::strerror(fault));
   return process;
 }
@@ -95,6 +99,8 @@ std::string run_gnuplot(const std::string& script) {
   in.write(script);
   const int status = wait_for(start(in, out, err));
   if (WIFSIGNALED(status)) fail(std::string("ended by signal: ") + ::strsignal(WTERMSIG(status)));
+  // How a system tells that cannot tell at once, as POSIX allows.
+  if (WEXITSTATUS(status) == 127) fail_without_gnuplot();
   if (status != 0) fail(last_line(err.contents()));
   return out.contents();
 }
