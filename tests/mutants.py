@@ -242,7 +242,8 @@ def isa_of(fault):
     """What is compiled into the plug-in; internal_tests run every form, whatever is chosen here."""
     if fault.folder == "motion":
         return "auto"
-    plain = fault.folder in ("algorithms", "model", "spatial") or "plain" in fault.path
+    plain = (fault.folder in ("algorithms", "model", "spatial") or
+             fault.path in ("host/plain_dynamics.hpp", "host/kt_math_conversions.hpp"))
     return "plain" if plain else "baseline"
 
 
