@@ -186,6 +186,7 @@ class Workshop:
                 there.write_bytes(data)
                 shutil.copymode(here, there)
         self.isa = None
+        self.sound = set()  # programs of tests that find nothing where no fault is planted
 
     def configure(self, isa):
         # For the plug-in -O1: less takes longer to run, more takes longer to compile.
@@ -196,6 +197,7 @@ class Workshop:
             self.build = self.tree / "build" / ("ci" if isa == "auto" else "faults")
             self.run(["cmake", "--preset", "ci", "-B", self.build, *flags], check=True)
             self.isa = isa
+            self.sound.clear()
 
     def run(self, command, timeout=1800, check=False, limit=None):
         def limits():
@@ -230,6 +232,16 @@ class Workshop:
         return None
 
 
+    def require_sound(self, program, jobs):
+        """A test that fails anyhow would find every fault."""
+        if program not in self.sound:
+            code, output = self.make(program, jobs=jobs)
+            found = output if code != 0 else self.finds(program)
+            if found:
+                sys.exit(f"Without a fault, as {self.isa}: {found}")
+            self.sound.add(program)
+
+
 # What is built and run, in this order until something fails: the cheap first.
 STAGES = {
     "motion": [["replay_tests"]],
@@ -251,11 +263,13 @@ def verdict(fault, shop, jobs, deepest):
     """(verdict, by what)"""
     there = shop.tree / fault.path
     source = there.read_text()
-    there.write_text(fault.planted(source))
     try:
         stages = STAGES["motion" if fault.folder == "motion" else "other"]
         for depth, programs in enumerate(stages[:deepest]):
             for program in programs:
+                there.write_text(source)
+                shop.require_sound(program, jobs)
+                there.write_text(fault.planted(source))
                 code, output = shop.make(program, jobs=jobs)
                 if code != 0:
                     # What compiles in the plug-in and not elsewhere is found by whoever builds.
