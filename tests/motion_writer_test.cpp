@@ -78,4 +78,11 @@ TEST_F(Writer, RefusesWhatDoesNotFit) {
   EXPECT_EQ(out.str(), written);
 }
 
+TEST_F(Writer, ReadersTakeWhatIsTooSmallForZeroAndNoRobotThatIsTooLarge) {
+  const std::string header = "time,x,y,z,qw,qx,qy,qz,j\n";
+  EXPECT_EQ(samples(header + "0,0,0,0,1,0,0,0,-1e-400\n", {{"j"}, {}}).at(0).q(0), 0);
+  EXPECT_THROW(samples(header, {std::vector<std::string>(23, "j"), {}}), std::invalid_argument);
+  EXPECT_THROW(samples(header, {{}, std::vector<std::string>(24, "A")}), std::invalid_argument);
+}
+
 }  // namespace

@@ -259,13 +259,13 @@ def isa_of(fault):
     return "plain" if plain else "baseline"
 
 
-def verdict(fault, shop, jobs, deepest):
-    """(verdict, by what)"""
+def verdict(fault, shop, jobs, passed, deepest):
+    """(verdict, by what, or how many steps it has passed), from step `passed` to step `deepest`"""
     there = shop.tree / fault.path
     source = there.read_text()
     try:
         stages = STAGES["motion" if fault.folder == "motion" else "other"]
-        for depth, programs in enumerate(stages[:deepest]):
+        for depth, programs in list(enumerate(stages))[passed:deepest]:
             for program in programs:
                 there.write_text(source)
                 shop.require_sound(program, jobs)
@@ -277,7 +277,7 @@ def verdict(fault, shop, jobs, deepest):
                 found = shop.finds(program)
                 if found:
                     return "caught", found
-        return ("survived" if deepest >= len(stages) else "open"), ""
+        return ("survived", "") if deepest >= len(stages) else ("open", str(deepest))
     finally:
         there.write_text(source)
 
@@ -351,7 +351,9 @@ def main():
                 return
             start = time.monotonic()
             shop.configure(isa_of(fault))
-            found, by = verdict(fault, shop, arguments.jobs, arguments.stages)
+            before, by = results.get(fault.id, ("", ""))
+            found, by = verdict(fault, shop, arguments.jobs, int(by or 1) if before == "open" else 0,
+                                arguments.stages)
             results[fault.id] = found, by
             print(f"{fault.id} {found:8} {fault.path}:{fault.line + 1}: {fault.shown}  [{by}] "
                   f"{time.monotonic() - start:.0f} s", flush=True)
