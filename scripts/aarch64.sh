@@ -31,7 +31,9 @@ fi
 if [[ ${1:-} == --package ]]; then
   need_packages "${package_packages[@]}"
   export ORVEK23_AARCH64_ROOT=$root
-  exec scripts/package.sh build/package-arm64 --host-arch arm64 --no-check-builddeps
+  # Python's module would need the other machine's Python.
+  exec scripts/package.sh build/package-arm64 --host-arch arm64 --build-profiles=cross,nopython \
+    --no-check-builddeps
 fi
 cmake --preset aarch64
 cmake --build --preset aarch64 ${1:+--target "$@"}

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Checks that run nothing: shell scripts, spelling, C++ by cppcheck and clang-tidy (.clang-tidy), which
-# --short leaves out: it takes some minutes. Includes are checked where every header is compiled alone
-# (cmake/orvek23_header_check.cmake), hardening by the test of that name.
+# Checks that run nothing: shell scripts, spelling, C++ by cppcheck, and, some minutes that --short leaves
+# out, clang-tidy (.clang-tidy) and includes: every header is compiled alone (those of hosts in every build,
+# cmake/orvek23_header_check.cmake). Hardening is checked by the test of that name.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 source scripts/packages.sh
@@ -24,6 +24,12 @@ cppcheck --std=c++20 --language=c++ --enable=warning,performance,portability --i
   ktmath motion quantities apps host/loader.hpp host/rigid_body_system.hpp
 
 if [[ ${1:-} != --short ]]; then
+  echo "headers"
+  need_packages "${test_packages[@]}"
+  need_node
+  cmake --preset ci > /dev/null
+  cmake --build --preset ci --target orvek23_header_check
+
   echo "clang-tidy"
   cmake --preset ci-clang -B build/static > /dev/null
   git ls-files -z 'ktmath/*.cpp' 'motion/*.cpp' 'host/plugin.cpp' 'quantities/*.cpp' 'batch/batch.cpp' \
