@@ -231,7 +231,6 @@ class Workshop:
             return f"{program}: {failed.group(1) if failed else f'exit {code}'}"
         return None
 
-
     def require_sound(self, program, jobs):
         """A test that fails anyhow would find every fault."""
         if program not in self.sound:

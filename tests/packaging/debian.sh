@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Makes the Debian packages twice, in different folders and with different surroundings, and holds
 # them to what they promise: the same bytes, no error of lintian's, hardened, whole. With --short: once,
-# so not to the same bytes, and without Python's module, which takes half the time.
+# so not to the same bytes, and without Python's module.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/../.."
 source scripts/packages.sh

@@ -162,10 +162,14 @@ def tables(threads):
     return [results[name].tobytes() for name in results]
 want = tables(1)
 if os.geteuid() == 0: os.setuid(65534)  # root has no limit
+if not os.access(orvek23.default_plugin(), os.R_OK): raise SystemExit(77)
 resource.setrlimit(resource.RLIMIT_NPROC, (0, 0))
 assert tables(3) == want
 """
-    subprocess.run([sys.executable, "-c", program], check=True)
+    code = subprocess.run([sys.executable, "-c", program]).returncode
+    if code == 77:
+        pytest.skip("in a folder that only root may enter")
+    assert code == 0
 
 
 def test_progress_goes_from_nothing_to_all(turning):
